@@ -1,5 +1,9 @@
 // The library's exported C entry points.
 
+#include <jni.h>
+
+#include "extension/AudioEffectsExtension.h"
+
 extern "C" {
 
 // Registration already happened while the library was loaded; calling this changes nothing.
@@ -8,4 +12,10 @@ __attribute__((visibility("default"))) void xv_extension_load(void) {}
 // Exists only as a symbol that a program or a static link can refer to.
 __attribute__((visibility("default"))) void xv_extension_anchor_UnknownOstranaExtension(void) {}
 
+// The native method load() of the Java class com.dravolt.ostranaaudioeffects.AudioEffectsExtension.
+// It registers a further extension object; neither argument is used.
+__attribute__((visibility("default"))) void
+Java_com_dravolt_ostranaaudioeffects_AudioEffectsExtension_load(JNIEnv* /*env*/, jobject /*self*/) {
+    ostrana::extensions::audioeffects::AudioEffectsExtension::load();
+}
 }
