@@ -1,0 +1,13 @@
+#include "DescribeCommand.h"
+
+#include "DescriptorJson.h"
+#include "NodeCatalog.h"
+
+namespace ostrana::fx {
+
+void DescribeCommand::run(const std::string& type, std::ostream& out) {
+    const NodeTypeInfo info = NodeCatalog::findType(type, "TYPE");
+    out << DescriptorJson::fromNodeTypeInfo(info).dump(2) << "\n";
+}
+
+}  // namespace ostrana::fx

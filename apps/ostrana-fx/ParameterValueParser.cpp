@@ -1,0 +1,92 @@
+#include "ParameterValueParser.h"
+
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace ostrana::fx {
+
+namespace {
+
+bool isDigit(char c) {
+    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+}
+
+// Advances position over a run of digits; returns how many there were.
+std::size_t skipDigits(const std::string& text, std::size_t& position) {
+    const std::size_t start = position;
+    while (position < text.size() && isDigit(text[position])) ++position;
+    return position - start;
+}
+
+}  // namespace
+
+Result<XVAny> ParameterValueParser::parse(ParameterKind kind, const std::string& text) {
+    switch (kind) {
+        case ParameterKind::Boolean:
+            return parseBoolean(text);
+        case ParameterKind::UnsignedInteger:
+            return parseUnsignedInteger(text);
+        case ParameterKind::Float:
+            return parseFloat(text);
+    }
+    return Result<XVAny>::failure("unknown parameter kind");
+}
+
+Result<XVAny> ParameterValueParser::parseBoolean(const std::string& text) {
+    if (text == "true" || text == "1") return XVAny(true);
+    if (text == "false" || text == "0") return XVAny(false);
+    return Result<XVAny>::failure("expected true, false, 1 or 0");
+}
+
+Result<XVAny> ParameterValueParser::parseUnsignedInteger(const std::string& text) {
+    std::size_t position = 0;
+    if (skipDigits(text, position) == 0 || position != text.size()) {
+        return Result<XVAny>::failure("expected a whole number (decimal digits only)");
+    }
+    unsigned int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::result_out_of_range) {
+        return Result<XVAny>::failure("too large for an unsigned 32-bit integer");
+    }
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return Result<XVAny>::failure("expected a whole number (decimal digits only)");
+    }
+    return XVAny(value);
+}
+
+bool ParameterValueParser::isDecimalNumber(const std::string& text) {
+    std::size_t position = 0;
+    if (position < text.size() && (text[position] == '+' || text[position] == '-')) ++position;
+    std::size_t digits = skipDigits(text, position);
+    if (position < text.size() && text[position] == '.') {
+        ++position;
+        digits += skipDigits(text, position);
+    }
+    if (digits == 0) return false;
+    if (position < text.size() && (text[position] == 'e' || text[position] == 'E')) {
+        ++position;
+        if (position < text.size() && (text[position] == '+' || text[position] == '-')) ++position;
+        if (skipDigits(text, position) == 0) return false;
+    }
+    return position == text.size();
+}
+
+Result<XVAny> ParameterValueParser::parseFloat(const std::string& text) {
+    if (!isDecimalNumber(text)) return Result<XVAny>::failure("expected a decimal number");
+    // from_chars does not take a leading '+'; the sign is checked above.
+    const char* begin = text.data() + (text[0] == '+' ? 1 : 0);
+    const char* end = text.data() + text.size();
+    float value = 0.0f;
+    const auto [stop, error] = std::from_chars(begin, end, value, std::chars_format::general);
+    if (error == std::errc::result_out_of_range) {
+        return Result<XVAny>::failure("out of range for a 32-bit float");
+    }
+    if (error != std::errc() || stop != end || !std::isfinite(value)) {
+        return Result<XVAny>::failure("expected a decimal number");
+    }
+    return XVAny(value);
+}
+
+}  // namespace ostrana::fx
