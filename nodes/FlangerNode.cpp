@@ -1,37 +1,16 @@
 #include "nodes/FlangerNode.h"
 
-#include <atomic>
-#include <vector>
-
-#include "audio/CircularBuffer.h"
-#include "audio/LFO.h"
 #include "descriptors/EffectNodeTypeInfo.h"
 #include "nodes/ModulatedDelayLine.h"
+#include "nodes/ModulatedEffectState.h"
 
 namespace ostrana::extensions::audioeffects {
 
-struct FlangerNode::Internals {
-    explicit Internals(unsigned int channels)
-        : numberOfChannels(channels), delayLines(ModulatedDelayLine::makeLines(channels)) {
-        lfos.reserve(channels);
-        for (unsigned int i = 0; i < channels; ++i) {
-            lfos.push_back(ModulatedDelayLine::makeOscillator(
-                kFlangerEffect.defaultFrequency, ModulatedDelayLine::phaseOffsetOf(i)));
-        }
-    }
+struct FlangerNode::Internals : ModulatedEffectState<kFlangerEffect> {
+    using ModulatedEffectState::ModulatedEffectState;
 
-    unsigned int numberOfChannels;
-    std::vector<audio::LFO> lfos;
-    std::vector<audio::CircularBuffer> delayLines;
-    unsigned int lastSampleRate = 0;
-    unsigned int lastNumberOfChannels = 0;
-    std::atomic<bool> isEnabled{true};
-    std::atomic<float> sweepWidth{kFlangerEffect.defaultSweepWidth};
     float wetGain = kFlangerEffect.wetGain;
     float feedback = kFlangerEffect.feedback;
-
-    static_assert(std::atomic<bool>::is_always_lock_free);
-    static_assert(std::atomic<float>::is_always_lock_free);
 };
 
 FlangerNode::FlangerNode(unsigned int numberOfChannels)
@@ -40,28 +19,27 @@ FlangerNode::FlangerNode(unsigned int numberOfChannels)
 FlangerNode::~FlangerNode() = default;
 
 bool FlangerNode::getIsEnabled() {
-    return internals_->isEnabled.load(std::memory_order_relaxed);
+    return internals_->getIsEnabled();
 }
 
 void FlangerNode::setIsEnabled(bool isEnabled) {
-    internals_->isEnabled.exchange(isEnabled);
+    internals_->setIsEnabled(isEnabled);
 }
 
 float FlangerNode::getSweepWidth() {
-    return internals_->sweepWidth.load(std::memory_order_relaxed);
+    return internals_->getSweepWidth();
 }
 
 void FlangerNode::setSweepWidth(float sweepWidth) {
-    internals_->sweepWidth.exchange(sweepWidth);
+    internals_->setSweepWidth(sweepWidth);
 }
 
 float FlangerNode::getFrequency() {
-    if (internals_->lfos.empty()) return kFlangerEffect.defaultFrequency;
-    return internals_->lfos.front().getFrequency();
+    return internals_->getFrequency();
 }
 
 void FlangerNode::setFrequency(float frequency) {
-    for (audio::LFO& lfo : internals_->lfos) lfo.setFrequency(frequency);
+    internals_->setFrequency(frequency);
 }
 
 bool FlangerNode::setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) {
@@ -69,21 +47,7 @@ bool FlangerNode::setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& o
 }
 
 bool FlangerNode::process(AudioBus& inBus, AudioBus& outBus) {
-    outBus.copyFrom(inBus);
-    Internals& state = *internals_;
-    if (!busesFit(inBus, outBus, state.numberOfChannels)) return true;
-    if (!state.isEnabled.load(std::memory_order_relaxed)) return true;
-
-    const AudioBuffer<float>& input = inBus.buffer;
-    const unsigned int channels = input.getNumberOfChannels();
-    ModulatedDelayLine::followFormat(input.getSampleRate(), channels, state.lastSampleRate,
-                                     state.lastNumberOfChannels, state.delayLines);
-    if (input.getNumberOfFrames() == 0 || channels == 0) return true;
-
-    ModulatedDelayLine::render<kFlangerEffect>(input, outBus.buffer, state.lfos.data(),
-                                               state.delayLines.data(), state.sweepWidth,
-                                               state.wetGain, state.feedback);
-    return true;
+    return internals_->process(inBus, outBus, internals_->wetGain, internals_->feedback);
 }
 
 NodeTypeInfo FlangerNode::getNodeTypeInfo() {

@@ -1,21 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <bit>
 #include <climits>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <map>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "audio/CircularBuffer.h"
 #include "host/AudioBus.h"
 #include "host/AudioBusFormat.h"
-#include "host/AudioBusList.h"
 #include "nodes/DelayNode.h"
 #include "tests/nodes/DelayTestSupport.h"
 
@@ -23,8 +17,6 @@ namespace {
 
 using ostrana::AudioBus;
 using ostrana::AudioBusFormat;
-using ostrana::AudioBusFormatList;
-using ostrana::AudioBusList;
 using ostrana::audio::CircularBuffer;
 using ostrana::extensions::audioeffects::DelayNode;
 using namespace ostrana::delaytest;
@@ -90,11 +82,7 @@ std::map<unsigned int, float> defaultEchoes(unsigned int delay, unsigned int cou
 
 TEST(DelayNode, StartsWithItsDefaults) {
     DelayNode node(2);
-    EXPECT_TRUE(node.getIsEnabled());
-    EXPECT_EQ(node.getDryMix(), 0.7f);
-    EXPECT_EQ(node.getWetMix(), 0.3f);
-    EXPECT_EQ(node.getDelayMs(), 200u);
-    EXPECT_EQ(node.getFeedbackLevel(), 0.2f);
+    expectDefaultParameters(node);
 }
 
 TEST(DelayNode, SettersStoreAnyValueAsGiven) {
@@ -139,17 +127,10 @@ TEST(DelayNode, DisabledNodePassesInputThroughBitForBitAndFreezesItsLines) {
 
     DelayNode frozen(2);
     DelayNode reference(2);
-    const Signal start = noise(2, 1000, 3);
-    expectSameBits(processWhole(frozen, start, 48000), processWhole(reference, start, 48000));
-
-    frozen.setIsEnabled(false);
-    expectSameBits(processInBlocks(frozen, odd, 48000, 256), odd);
-    expectSameBits(processInBlocks(frozen, odd, 44100, 1000), odd);
-    frozen.setIsEnabled(true);
-
-    const Signal rest = noise(2, 20000, 4);
-    expectSameBits(processInBlocks(frozen, rest, 48000, 512),
-                   processInBlocks(reference, rest, 48000, 512));
+    expectBypassPassesThroughAndFreezes(
+        frozen, reference, noise(2, 1000, 3), odd, {{48000, 256}, {44100, 1000}},
+        [](DelayNode& node) { node.setIsEnabled(false); },
+        [](DelayNode& node) { node.setIsEnabled(true); }, noise(2, 20000, 4), 512);
 }
 
 TEST(DelayNode, ZeroDelayPassesInputThroughBitForBitAndFreezesItsLines) {
@@ -158,17 +139,10 @@ TEST(DelayNode, ZeroDelayPassesInputThroughBitForBitAndFreezesItsLines) {
 
     DelayNode frozen(2);
     DelayNode reference(2);
-    const Signal start = impulse(2, 700, 1);
-    expectSameBits(processWhole(frozen, start, 48000), processWhole(reference, start, 48000));
-
-    frozen.setDelayMs(0);
-    expectSameBits(processInBlocks(frozen, odd, 48000, 64), odd);
-    expectSameBits(processInBlocks(frozen, odd, 96000, 3000), odd);
-    frozen.setDelayMs(200);
-
-    const Signal rest = silence(2, 20000);
-    const Signal output = processInBlocks(frozen, rest, 48000, 4096);
-    expectSameBits(output, processInBlocks(reference, rest, 48000, 4096));
+    const Signal output = expectBypassPassesThroughAndFreezes(
+        frozen, reference, impulse(2, 700, 1), odd, {{48000, 64}, {96000, 3000}},
+        [](DelayNode& node) { node.setDelayMs(0); }, [](DelayNode& node) { node.setDelayMs(200); },
+        silence(2, 20000), 4096);
     // The impulse at frame 0 comes back 9600 processed frames later.
     EXPECT_EQ(output[1][9600 - 700], 0.3f);
 }
@@ -215,62 +189,30 @@ TEST(DelayNode, DelayChangeMovesTheReadPointersWithoutClearing) {
 
 TEST(DelayNode, OutputDoesNotDependOnTheBlockSize) {
     const Signal input = noise(2, 30000, 11);
-    Parameters parameters;
-    parameters.delayMs = 13;
-    parameters.feedbackLevel = 0.6f;
-    parameters.dryMix = 0.45f;
-    parameters.wetMix = 0.8f;
+    const Parameters parameters{
+        .delayMs = 13, .dryMix = 0.45f, .wetMix = 0.8f, .feedbackLevel = 0.6f};
 
-    DelayNode whole(2);
-    apply(whole, parameters);
-    const Signal expected = processInBlocks(whole, input, 48000, 4096);
-    for (unsigned int blockSize : {1u, 7u, 64u}) {
-        DelayNode node(2);
-        apply(node, parameters);
-        expectSameBits(processInBlocks(node, input, 48000, blockSize), expected);
-    }
     StepByStepDelay model(2);
-    expectSameBits(expected, model.process(input, 48000, parameters));
+    expectOutputIndependentOfTheBlockSize([] { return DelayNode(2); }, model, input, 48000,
+                                          parameters);
 }
 
 TEST(DelayNode, MatchesTheStepByStepEchoThroughParameterAndFormatChanges) {
-    std::mt19937 generator(2024);
-    const unsigned int rates[] = {48000, 44100, 96000, 8000, 0, 22050};
-    const unsigned int delays[] = {200, 0, 1, 13, 999, 1000, 1001, 5000, 40};
-    const float gains[] = {0.0f, 0.2f, 0.3f, 0.7f, 0.99f, 1.0f, -0.5f, 1.25f};
-    // Feedback below 1 in size keeps every sample finite.
-    const float feedbacks[] = {0.0f, 0.2f, 0.5f, 0.99f, -0.7f};
-    auto pick = [&generator](const auto& options) {
-        return options[std::uniform_int_distribution<std::size_t>(
-            0, std::size(options) - 1)(generator)];
-    };
-
+    const RandomBlockChoices choices{.sampleRates = {48000, 44100, 96000, 8000, 0, 22050},
+                                     .delays = {200, 0, 1, 13, 999, 1000, 1001, 5000, 40},
+                                     .gains = {0.0f, 0.2f, 0.3f, 0.7f, 0.99f, 1.0f, -0.5f, 1.25f},
+                                     // Feedback below 1 in size keeps every sample finite.
+                                     .feedbacks = {0.0f, 0.2f, 0.5f, 0.99f, -0.7f}};
     DelayNode node(2);
     StepByStepDelay model(2);
-    unsigned int sampleRate = 48000;
-    for (unsigned int block = 0; block < 120; ++block) {
-        Parameters parameters;
-        parameters.isEnabled = generator() % 8 != 0;
-        parameters.delayMs = pick(delays);
-        parameters.dryMix = pick(gains);
-        parameters.wetMix = pick(gains);
-        parameters.feedbackLevel = pick(feedbacks);
-        if (generator() % 6 == 0) sampleRate = pick(rates);
-        const unsigned int channels = generator() % 5 == 0 ? 1 : 2;
-        const unsigned int frames = std::uniform_int_distribution<unsigned int>(0, 3000)(generator);
-        const Signal input = noise(channels, frames, block);
-
-        apply(node, parameters);
-        const Signal actual = processWhole(node, input, sampleRate);
-        const Signal expected = model.process(input, sampleRate, parameters);
-        ASSERT_NO_FATAL_FAILURE(expectSameBits(actual, expected)) << "block " << block;
-    }
+    // Mostly stereo, one block in five mono.
+    expectMatchesTheModelThroughRandomBlocks(
+        node, model, 2024, 120, choices,
+        [](std::mt19937& generator) { return generator() % 5 == 0 ? 1u : 2u; }, 0);
 }
 
 TEST(DelayNode, ThreeChannelsEachEchoOnTheirOwnLine) {
-    Parameters parameters;
-    parameters.delayMs = 3;
-    parameters.feedbackLevel = 0.5f;
+    const Parameters parameters{.delayMs = 3, .feedbackLevel = 0.5f};
     DelayNode node(3);
     apply(node, parameters);
     StepByStepDelay model(3);
@@ -283,27 +225,20 @@ TEST(DelayNode, ThreeChannelsEachEchoOnTheirOwnLine) {
 TEST(DelayNode, AcceptsFormatsUpToItsChannelCapacity) {
     DelayNode node(2);
     for (unsigned int channels : {1u, 2u, 3u}) {
-        AudioBusFormat input{channels, 48000, 256};
-        AudioBusFormat output{channels, 48000, 256};
-        EXPECT_EQ(node.setBusFormat(input, output), channels <= 2) << channels << " channels";
+        EXPECT_EQ(accepts(node, {channels, 48000, 256}, {channels, 48000, 256}), channels <= 2)
+            << channels << " channels";
     }
 }
 
 TEST(DelayNode, RefusesFormatsThatDoNotMatch) {
     DelayNode node(2);
-    AudioBusFormat input{2, 48000, 256};
-    AudioBusFormat output{1, 48000, 256};
-    EXPECT_FALSE(node.setBusFormat(input, output));
-    AudioBusFormat otherRate{2, 44100, 256};
-    AudioBusFormat input2{2, 48000, 256};
-    EXPECT_FALSE(node.setBusFormat(input2, otherRate));
+    EXPECT_FALSE(accepts(node, {2, 48000, 256}, {1, 48000, 256}));
+    EXPECT_FALSE(accepts(node, {2, 48000, 256}, {2, 44100, 256}));
 }
 
 TEST(DelayNode, TestsTheChannelCountAsMatchingLeftIt) {
     DelayNode node(2);
-    AudioBusFormat open{0, 48000, 256};
-    AudioBusFormat three{3, 48000, 256};
-    EXPECT_FALSE(node.setBusFormat(open, three));
+    EXPECT_FALSE(accepts(node, {0, 48000, 256}, {3, 48000, 256}));
     AudioBusFormat open2{0, 48000, 256};
     AudioBusFormat two{2, 0, 0};
     EXPECT_TRUE(node.setBusFormat(open2, two));
@@ -312,12 +247,8 @@ TEST(DelayNode, TestsTheChannelCountAsMatchingLeftIt) {
 
 TEST(DelayNode, WithoutLinesAcceptsOnlyNoChannels) {
     DelayNode node(0);
-    AudioBusFormat none{0, 48000, 256};
-    AudioBusFormat noneOut{0, 48000, 256};
-    EXPECT_TRUE(node.setBusFormat(none, noneOut));
-    AudioBusFormat one{1, 48000, 256};
-    AudioBusFormat oneOut{1, 48000, 256};
-    EXPECT_FALSE(node.setBusFormat(one, oneOut));
+    EXPECT_TRUE(accepts(node, {0, 48000, 256}, {0, 48000, 256}));
+    EXPECT_FALSE(accepts(node, {1, 48000, 256}, {1, 48000, 256}));
 
     AudioBus in(0, 64, 48000);
     AudioBus out(0, 64);
@@ -327,16 +258,8 @@ TEST(DelayNode, WithoutLinesAcceptsOnlyNoChannels) {
 
 TEST(DelayNode, DelaysBeyondTheLineAreLimitedToTheWholeLine) {
     const Signal input = impulse(1, 50000, 0);
-    DelayNode oneSecond(1);
-    oneSecond.setDelayMs(1000);
-    const Signal expected = processInBlocks(oneSecond, input, 48000, 4096);
-    expectEchoes(expected[0], {{0, 0.7f}, {48000, 0.3f}});
-
-    for (unsigned int delayMs : {1001u, 5000u, UINT_MAX}) {
-        DelayNode node(1);
-        node.setDelayMs(delayMs);
-        expectSameBits(processInBlocks(node, input, 48000, 4096), expected);
-    }
+    const Signal expected = expectDelaysBeyondTheLineLimitedToIt([] { return DelayNode(1); }, input,
+                                                                 {1001u, 5000u, UINT_MAX});
     DelayNode fastRate(1);
     fastRate.setDelayMs(1);
     expectSameBits(processInBlocks(fastRate, input, UINT_MAX, 4096), expected);
@@ -372,72 +295,32 @@ TEST(DelayNode, NotANumberAndInfiniteGainsDoNotBreakIt) {
 TEST(DelayNode, BlocksWithMoreChannelsThanLinesPassThroughAndTouchNothing) {
     DelayNode node(2);
     DelayNode reference(2);
-    const Signal start = impulse(2, 500, 0);
-    expectSameBits(processWhole(node, start, 48000), processWhole(reference, start, 48000));
-
-    const Signal wide = noise(3, 400, 9);
-    expectSameBits(processWhole(node, wide, 44100), wide);
-
-    const Signal rest = silence(2, 12000);
-    expectSameBits(processInBlocks(node, rest, 48000, 4096),
-                   processInBlocks(reference, rest, 48000, 4096));
+    expectLinesLeftAsTheyWere(
+        node, reference, impulse(2, 500, 0),
+        [](DelayNode& misfit) {
+            const Signal wide = noise(3, 400, 9);
+            expectSameBits(processWhole(misfit, wide, 44100), wide);
+        },
+        silence(2, 12000), 4096);
 }
 
 TEST(DelayNode, OutputTooSmallForTheBlockTouchesNothing) {
     DelayNode node(2);
     DelayNode reference(2);
-    const Signal start = impulse(2, 500, 1);
-    expectSameBits(processWhole(node, start, 48000), processWhole(reference, start, 48000));
-
-    AudioBus in(2, 300, 48000);
-    in.buffer.setSample(0, 0, 0.5f);
-    AudioBus narrow(1, 300);
-    EXPECT_TRUE(node.process(in, narrow));
-    EXPECT_EQ(narrow.buffer.getSample(0, 0), 0.5f);
-    AudioBus shortOut(2, 100);
-    EXPECT_TRUE(node.process(in, shortOut));
-
-    const Signal rest = silence(2, 12000);
-    expectSameBits(processInBlocks(node, rest, 48000, 4096),
-                   processInBlocks(reference, rest, 48000, 4096));
+    expectLinesLeftAsTheyWere(
+        node, reference, impulse(2, 500, 1),
+        [](DelayNode& misfit) { expectNarrowAndShortOutputsPassThrough(misfit, 2, 300, 0, 0.5f); },
+        silence(2, 12000), 4096);
 }
 
 TEST(DelayNode, ProcessesThroughTheListLevelCalls) {
     DelayNode node(2);
-    AudioBusFormatList inputFormats{AudioBusFormat{2, 48000, 16}};
-    AudioBusFormatList outputFormats{AudioBusFormat{2, 48000, 16}};
-    ASSERT_TRUE(node.setBusFormats(inputFormats, outputFormats));
-
-    AudioBus in(2, 16, 48000);
-    AudioBus out(2, 16);
-    in.buffer.setSample(1, 3, 1.0f);
-    AudioBusList inputs{&in};
-    AudioBusList outputs{&out};
-    EXPECT_TRUE(node.process(inputs, outputs));
-    EXPECT_EQ(out.buffer.getSample(1, 3), 0.7f);
-    EXPECT_EQ(out.buffer.getSample(0, 3), 0.0f);
+    expectImpulseThroughTheListLevelCalls(node, 16, 1, 3);
 }
 
 TEST(DelayNode, GainsSetFromAnotherThreadLandBetweenSamples) {
     DelayNode node(2);
-    node.setWetMix(0.0f);
-    node.setFeedbackLevel(0.0f);
-    node.setDryMix(0.5f);
-    std::atomic<bool> stop{false};
-    std::thread control([&node, &stop] {
-        bool quarter = true;
-        while (!stop.load()) {
-            node.setDryMix(quarter ? 0.25f : 0.5f);
-            quarter = !quarter;
-        }
-    });
-    Signal ones = silence(2, 256);
-    for (auto& channel : ones) std::fill(channel.begin(), channel.end(), 1.0f);
-    std::vector<Signal> outputs;
-    for (int block = 0; block < 200; ++block) outputs.push_back(processWhole(node, ones, 48000));
-    stop.store(true);
-    control.join();
-    for (const Signal& output : outputs) {
+    for (const Signal& output : outputsWhileTheDryMixChanges(node)) {
         for (const auto& channel : output) {
             for (float value : channel) ASSERT_TRUE(value == 0.25f || value == 0.5f) << value;
         }

@@ -1,100 +1,26 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <limits>
-#include <thread>
-#include <tuple>
 #include <vector>
 
 #include "nodes/FlangerNode.h"
 #include "tests/nodes/ModulationTestSupport.h"
 
-using ostrana::AudioBus;
-using ostrana::AudioBusFormat;
 using ostrana::extensions::audioeffects::FlangerNode;
 using namespace ostrana::modulationtest;
 
 namespace {
 
-// The flanger's arithmetic written out plainly, step by step, sharing nothing with the node:
-// its own rings, its own oscillators, and sinf and fmodf called directly.
-class ReferenceFlanger {
-  public:
-    explicit ReferenceFlanger(unsigned int capacity) {
-        for (unsigned int i = 0; i < capacity; ++i) {
-            lines_.push_back(std::vector<float>(kSize, 0.0f));
-            writePointers_.push_back(0);
-            PlainOscillator oscillator;
-            oscillator.frequency = 0.4f;
-            oscillator.phaseOffset = static_cast<float>(i * 1.5707963267948966);
-            oscillators_.push_back(oscillator);
-        }
-    }
-
-    void apply(const BlockSetting& block) {
-        sweepWidth_ = block.sweepWidth;
-        for (PlainOscillator& oscillator : oscillators_) oscillator.frequency = block.frequency;
-        enabled_ = block.enabled;
-    }
-
-    void process(AudioBus& inBus, AudioBus& outBus) {
-        const unsigned int rate = inBus.buffer.getSampleRate();
-        const unsigned int channels = inBus.buffer.getNumberOfChannels();
-        const unsigned int frames = inBus.buffer.getNumberOfFrames();
-        for (unsigned int c = 0; c < channels; ++c) {
-            for (unsigned int f = 0; f < frames; ++f) {
-                outBus.buffer.setSample(c, f, inBus.buffer.getSample(c, f));
-            }
-        }
-        if (!enabled_) return;
-        if (rate != lastRate_ || channels != lastChannels_) {
-            for (std::size_t i = 0; i < lines_.size(); ++i) {
-                for (float& sample : lines_[i]) sample = 0.0f;
-                writePointers_[i] = 0;
-            }
-            lastRate_ = rate;
-            lastChannels_ = channels;
-        }
-        if (frames == 0 || channels == 0) return;
-        const float rateF = static_cast<float>(rate);
-        for (unsigned int f = 0; f < frames; ++f) {
-            for (unsigned int c = 0; c < channels; ++c) {
-                const float m = oscillators_[c].step(static_cast<int>(rate));
-                const float d = (m * sweepWidth_) * rateF;
-                const float x = inBus.buffer.getSample(c, f);
-                int& w = writePointers_[c];
-                float p = ((static_cast<float>(w) - d) + (-2.0f)) + static_cast<float>(kSize);
-                p = fmodf(p, static_cast<float>(kSize));
-                const float wet = plainInterpolate(lines_[c], p);
-                lines_[c][w] = 0.6f * wet + x;
-                w = (w + 1 + kSize) % kSize;
-                outBus.buffer.setSample(c, f, wet * 0.8f + x);
-            }
-        }
-    }
-
-  private:
-    static constexpr int kSize = 48000;
-
-    std::vector<std::vector<float>> lines_;
-    std::vector<int> writePointers_;
-    std::vector<PlainOscillator> oscillators_;
-    unsigned int lastRate_ = 0;
-    unsigned int lastChannels_ = 0;
-    float sweepWidth_ = 0.005f;
-    bool enabled_ = true;
-};
-
-// Runs one block through the node and returns its output.
-Signal runBlock(FlangerNode& node, const Signal& input, unsigned int rate) {
-    const unsigned int channels = static_cast<unsigned int>(input.size());
-    const unsigned int frames = channels == 0 ? 0 : static_cast<unsigned int>(input[0].size());
-    return renderNode(
-        node,
-        {{frames, rate, channels, node.getSweepWidth(), node.getFrequency(), node.getIsEnabled()}},
-        input);
-}
+constexpr ReferenceEffect kFlanger{.baseDelay = 2.0f,
+                                   .sweepWidth = 0.005f,
+                                   .frequency = 0.4f,
+                                   .oscillatorPerChannel = true,
+                                   .writesBeforeReading = false,
+                                   .feedsBack = true,
+                                   .keepsDry = true,
+                                   .wetGain = 0.8f,
+                                   .feedback = 0.6f};
 
 // The echo train of a unit impulse through a line of the given fixed delay: frame 0 holds the
 // impulse, frame k * delay (k >= 1) holds 0.8 * 0.6^(k-1), each power formed as the node forms
@@ -113,10 +39,7 @@ std::vector<float> echoTrain(unsigned int delay, unsigned int frames) {
 }  // namespace
 
 TEST(FlangerNode, StartsWithItsDefaults) {
-    FlangerNode node(2);
-    EXPECT_TRUE(node.getIsEnabled());
-    EXPECT_EQ(node.getSweepWidth(), 0.005f);
-    EXPECT_EQ(node.getFrequency(), 0.4f);
+    expectStartsWithDefaults<FlangerNode>(kFlanger);
 }
 
 TEST(FlangerNode, AccessorsStoreAnyValueAsGiven) {
@@ -136,32 +59,17 @@ TEST(FlangerNode, NodeWithoutChannelsReportsTheStartingFrequency) {
     EXPECT_EQ(node.getFrequency(), 0.4f);
     node.setFrequency(3.0f);
     EXPECT_EQ(node.getFrequency(), 0.4f);
-    const Signal input = randomSignal(1, 64, 7);
-    EXPECT_TRUE(sameBits(runBlock(node, input, 48000), input));
+    expectMonoBlockPassesThrough(node);
 }
 
 TEST(FlangerNode, AcceptsOneOrTwoChannelsAndRefusesThree) {
     FlangerNode node(2);
-    for (unsigned int channels : {0u, 1u, 2u}) {
-        AudioBusFormat in{channels, 48000, 256};
-        AudioBusFormat out{channels, 48000, 256};
-        EXPECT_TRUE(node.setBusFormat(in, out)) << channels << " channels";
-    }
-    AudioBusFormat in{3, 48000, 256};
-    AudioBusFormat out{3, 48000, 256};
-    EXPECT_FALSE(node.setBusFormat(in, out));
-    AudioBusFormat mismatchedIn{2, 48000, 256};
-    AudioBusFormat mismatchedOut{2, 96000, 256};
-    EXPECT_FALSE(node.setBusFormat(mismatchedIn, mismatchedOut));
+    expectAcceptsOneOrTwoChannelsAndRefusesThree(node);
+    EXPECT_FALSE(accepts(node, {2, 48000, 256}, {2, 96000, 256}));
 }
 
 TEST(FlangerNode, DisabledNodePassesInputThroughExactly) {
-    FlangerNode node(2);
-    node.setIsEnabled(false);
-    for (std::uint32_t seed = 1; seed <= 4; ++seed) {
-        const Signal input = randomSignal(2, 4096, seed);
-        EXPECT_TRUE(sameBits(runBlock(node, input, 48000), input));
-    }
+    expectDisabledNodePassesInputThroughExactly<FlangerNode>();
 }
 
 TEST(FlangerNode, ImpulseWithoutSweepGivesAnEchoTwoSamplesApartEach0Point6OfTheLast) {
@@ -224,163 +132,52 @@ TEST(FlangerNode, SampleRateChangeClearsTheCirculatingFeedback) {
 }
 
 TEST(FlangerNode, ChannelCountChangeClearsTheLinesButKeepsThePhases) {
-    const Signal first = randomSignal(2, 3000, 61);
-    const Signal second = randomSignal(1, 3000, 62);
-
-    FlangerNode node(2);
-    runBlock(node, first, 48000);
-    const Signal after = runBlock(node, second, 48000);
-    EXPECT_EQ(slice(after[0], 0, 2), slice(second[0], 0, 2));
-
-    // Phases depend only on the steps taken: a node that ran silence for as long agrees.
-    FlangerNode silent(2);
-    runBlock(silent, Signal(2, std::vector<float>(3000, 0.0f)), 48000);
-    EXPECT_TRUE(sameBits(after, runBlock(silent, second, 48000)));
-
-    FlangerNode fresh(2);
-    EXPECT_FALSE(sameBits(after, runBlock(fresh, second, 48000)));
+    // Stereo, then mono at the same rate: the cleared line gives back the input for the 2
+    // frames of base delay.
+    expectFormatChangeClearsTheLinesButKeepsThePhases<FlangerNode>(
+        randomSignal(2, 3000, 61), randomSignal(1, 3000, 62), 48000, 2);
 }
 
 TEST(FlangerNode, BlockThatDoesNotFitPassesThroughAndTouchesNothing) {
-    const Signal first = randomSignal(1, 2000, 81);
-    const Signal second = randomSignal(1, 3000, 82);
-
-    FlangerNode node(1);
-    runBlock(node, first, 48000);
-    const Signal stereo = randomSignal(2, 500, 83);
-    EXPECT_TRUE(sameBits(runBlock(node, stereo, 48000), stereo));
-    const Signal after = runBlock(node, second, 48000);
-
-    FlangerNode untouched(1);
-    runBlock(untouched, first, 48000);
-    EXPECT_TRUE(sameBits(after, runBlock(untouched, second, 48000)));
+    expectBlocksThatDoNotFitTouchNothing<FlangerNode>(false);
 }
 
 TEST(FlangerNode, ExtremeSettingsStayInsideTheLines) {
-    const float inf = std::numeric_limits<float>::infinity();
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const std::vector<float> sweepWidths = {nan, inf, -inf, 1e30f, -1e30f, 3.4e38f, 1e-45f, 2.0f};
-    const std::vector<float> frequencies = {nan, inf, -inf, 1e30f, -5.0f, 0.0f, 48000.0f};
-    const std::vector<unsigned int> rates = {0, 1, 384000, 4294967295u};
-    std::uint32_t seed = 200;
-    for (unsigned int rate : rates) {
-        for (float sweepWidth : sweepWidths) {
-            for (float frequency : frequencies) {
-                const std::vector<BlockSetting> schedule = {
-                    {300, rate, 2, sweepWidth, frequency, true},
-                    {200, rate, 2, 0.005f, 0.4f, true},
-                };
-                const Signal input = randomSignal(2, 500, ++seed);
-                FlangerNode node(2);
-                ReferenceFlanger reference(2);
-                EXPECT_TRUE(sameBits(renderNode(node, schedule, input),
-                                     render(reference, schedule, input), true))
-                    << "rate " << rate << " sweepWidth " << sweepWidth << " frequency "
-                    << frequency;
-            }
-        }
-    }
+    expectExtremeSettingsMatchThePlainRendering<FlangerNode>(kFlanger, 200, 0);
 }
 
 TEST(FlangerNode, SettersMayRunWhileAudioIsProcessed) {
-    FlangerNode node(2);
-    std::atomic<bool> done{false};
-    std::thread control([&node, &done] {
-        unsigned int step = 0;
-        while (!done.load()) {
-            node.setSweepWidth(step % 2 == 0 ? 0.001f : 0.004f);
-            node.setFrequency(step % 3 == 0 ? 0.2f : 1.5f);
-            node.setIsEnabled(step % 5 != 0);
-            ++step;
-        }
-    });
-    AudioBus inBus(2, 256, 48000);
-    AudioBus outBus(2, 256, 0);
-    for (unsigned int c = 0; c < 2; ++c) {
-        for (unsigned int f = 0; f < 256; ++f) inBus.buffer.setSample(c, f, f % 2 ? 0.5f : -0.5f);
-    }
-    std::size_t nonFinite = 0;
-    for (int block = 0; block < 400; ++block) {
-        ASSERT_TRUE(node.process(inBus, outBus));
-        for (unsigned int c = 0; c < 2; ++c) {
-            for (unsigned int f = 0; f < 256; ++f) {
-                nonFinite += std::isfinite(outBus.buffer.getSample(c, f)) ? 0 : 1;
-            }
-        }
-    }
-    done.store(true);
-    control.join();
-    EXPECT_EQ(nonFinite, 0u);
+    expectSettersMayRunWhileAudioIsProcessed<FlangerNode>(
+        0.001f, 0.004f, 0.2f, 1.5f, [](unsigned int f) { return f % 2 ? 0.5f : -0.5f; });
 }
 
 TEST(FlangerNode, NodeBuiltForMoreChannelsRunsThemAll) {
-    // Three channels are refused by the bus format, but a node built for them runs them when
-    // handed a block directly.
-    const std::vector<BlockSetting> schedule = randomSchedule(
-        17, 60000, 48000, 3, {1, 7, 64, 256, 4096}, {0.005f, 0.002f, 0.01f}, {0.4f, 0.9f, 3.0f});
-    const Signal input = randomSignal(3, totalFrames(schedule), 18);
-    FlangerNode node(3);
-    ReferenceFlanger reference(3);
-    EXPECT_TRUE(sameBits(renderNode(node, schedule, input), render(reference, schedule, input)));
+    expectNodeBuiltForMoreChannelsRunsThemAll<FlangerNode>(kFlanger, {0.005f, 0.002f, 0.01f},
+                                                           {0.4f, 0.9f, 3.0f});
 }
 
-// Long random signals through the node and through the plain rendering above, with sweep
-// width, frequency and the enable flag changed between blocks of mixed sizes.
-class FlangerMatchesPlainRendering
-    : public ::testing::TestWithParam<std::tuple<unsigned int, unsigned int>> {};
+class FlangerMatchesPlainRendering : public RatesAndChannelsTest {};
 
 TEST_P(FlangerMatchesPlainRendering, BitForBit) {
     const auto [rate, channels] = GetParam();
-    const std::vector<BlockSetting> schedule =
-        randomSchedule(rate + channels + 1, 130000, rate, channels, {1, 7, 64, 256, 4096},
-                       {0.005f, 0.0f, 0.0007f, 0.012f, 0.3f, 1.7f, -0.004f},
-                       {0.4f, 0.0f, 1.0f, 7.3f, 35.0f, -2.0f});
-    const Signal input = randomSignal(channels, totalFrames(schedule), rate * 5 + channels);
-    FlangerNode node(2);
-    ReferenceFlanger reference(2);
-    const Signal expected = render(reference, schedule, input);
-    ASSERT_EQ(countNaN(expected), 0u);
-    EXPECT_TRUE(sameBits(renderNode(node, schedule, input), expected));
+    expectMatchesPlainRendering<FlangerNode>(kFlanger, rate, channels, rate + channels + 1,
+                                             rate * 5 + channels,
+                                             {0.005f, 0.0f, 0.0007f, 0.012f, 0.3f, 1.7f, -0.004f},
+                                             {0.4f, 0.0f, 1.0f, 7.3f, 35.0f, -2.0f});
 }
 
-INSTANTIATE_TEST_SUITE_P(RatesAndChannels, FlangerMatchesPlainRendering,
-                         ::testing::Combine(::testing::Values(44100u, 48000u, 96000u),
-                                            ::testing::Values(1u, 2u)));
+INSTANTIATE_TEST_SUITE_P(RatesAndChannels, FlangerMatchesPlainRendering, ratesAndChannels());
 
-class FlangerMatchesPlainRenderingInBlocksOf : public ::testing::TestWithParam<unsigned int> {};
+class FlangerMatchesPlainRenderingInBlocksOf : public BlockSizeTest {};
 
 TEST_P(FlangerMatchesPlainRenderingInBlocksOf, BitForBit) {
     const unsigned int size = GetParam();
-    const std::vector<BlockSetting> schedule = randomSchedule(
-        size + 3, 100000, 48000, 2, {size}, {0.005f, 0.002f, 0.01f}, {0.4f, 0.9f, 3.0f});
-    const Signal input = randomSignal(2, totalFrames(schedule), size + 9);
-    FlangerNode node(2);
-    ReferenceFlanger reference(2);
-    EXPECT_TRUE(sameBits(renderNode(node, schedule, input), render(reference, schedule, input)));
+    expectMatchesPlainRenderingInBlocksOf<FlangerNode>(kFlanger, size, size + 3, size + 9,
+                                                       {0.005f, 0.002f, 0.01f}, {0.4f, 0.9f, 3.0f});
 }
 
-INSTANTIATE_TEST_SUITE_P(BlockSizes, FlangerMatchesPlainRenderingInBlocksOf,
-                         ::testing::Values(1u, 7u, 64u, 256u, 4096u));
+INSTANTIATE_TEST_SUITE_P(BlockSizes, FlangerMatchesPlainRenderingInBlocksOf, blockSizes());
 
 TEST(FlangerMatchesPlainRenderingAcrossFormatChanges, BitForBit) {
-    // Rate and channel count change between blocks, with empty blocks among them.
-    std::vector<BlockSetting> schedule;
-    const unsigned int rates[] = {44100, 48000, 96000};
-    const unsigned int sizes[] = {4096, 0, 256, 7, 4096, 64, 1, 4096};
-    const unsigned int channelChoices[] = {2, 1, 2, 0, 1};
-    std::size_t total = 0;
-    for (int i = 0; i < 60; ++i) {
-        const BlockSetting block{sizes[i % 8],
-                                 rates[(i / 5) % 3],
-                                 channelChoices[(i / 4) % 5],
-                                 i % 7 == 0 ? 0.01f : 0.005f,
-                                 i % 9 == 0 ? 2.0f : 0.4f,
-                                 i % 11 != 10};
-        schedule.push_back(block);
-        total += block.frames;
-    }
-    const Signal input = randomSignal(2, total, 4321);
-    FlangerNode node(2);
-    ReferenceFlanger reference(2);
-    EXPECT_TRUE(sameBits(renderNode(node, schedule, input), render(reference, schedule, input)));
+    expectMatchesPlainRenderingAcrossFormatChanges<FlangerNode>(kFlanger, 0.01f, 2.0f, 4321);
 }

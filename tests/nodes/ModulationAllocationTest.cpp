@@ -6,7 +6,7 @@
 #include "nodes/ChorusNode.h"
 #include "nodes/FlangerNode.h"
 #include "nodes/VibratoNode.h"
-#include "tests/nodes/AllocationCounter.h"
+#include "tests/nodes/AllocationTestSupport.h"
 
 namespace {
 
@@ -14,29 +14,10 @@ using ostrana::AudioBus;
 using ostrana::extensions::audioeffects::ChorusNode;
 using ostrana::extensions::audioeffects::FlangerNode;
 using ostrana::extensions::audioeffects::VibratoNode;
-using ostrana::testing::HeapTraffic;
-using ostrana::testing::measureHeapTraffic;
+using namespace ostrana::testing;
 
-// A bus filled with a ramp, so that the lines carry something.
-AudioBus rampBus(unsigned int channels, unsigned int frames, unsigned int sampleRate) {
-    AudioBus bus(channels, frames, sampleRate);
-    for (unsigned int c = 0; c < channels; ++c) {
-        for (unsigned int f = 0; f < frames; ++f) {
-            bus.buffer.setSample(c, f, static_cast<float>(f % 89) / 89.0f - 0.5f);
-        }
-    }
-    return bus;
-}
-
-// Processes one block and expects no heap traffic at all while process runs.
-template <typename Node>
-void expectNoHeapTraffic(Node& node, AudioBus& in, AudioBus& out) {
-    bool processed = false;
-    const HeapTraffic traffic = measureHeapTraffic([&] { processed = node.process(in, out); });
-    EXPECT_TRUE(processed);
-    EXPECT_EQ(traffic.allocations, 0u);
-    EXPECT_EQ(traffic.deallocations, 0u);
-}
+// Buses filled with a ramp, so that the lines carry something.
+constexpr RampBuses rampBus{89};
 
 template <typename Node>
 class ModulationNodeAllocation : public ::testing::Test {};
@@ -45,10 +26,7 @@ using ModulationNodes = ::testing::Types<ChorusNode, FlangerNode, VibratoNode>;
 TYPED_TEST_SUITE(ModulationNodeAllocation, ModulationNodes);
 
 TYPED_TEST(ModulationNodeAllocation, ConstructionAllocatesAndDestructionGivesBack) {
-    const HeapTraffic traffic = measureHeapTraffic([] { TypeParam node(2); });
-    // Its state, its line vector and two lines at least, all given back again.
-    EXPECT_GE(traffic.allocations, 4u);
-    EXPECT_EQ(traffic.deallocations, traffic.allocations);
+    expectConstructionAllocatesAndDestructionGivesBack<TypeParam>();
 }
 
 TYPED_TEST(ModulationNodeAllocation, BlocksOfEverySizeAllocateNothing) {
@@ -103,12 +81,7 @@ TYPED_TEST(ModulationNodeAllocation, ParameterChangesAllocateNothing) {
 
 TYPED_TEST(ModulationNodeAllocation, EnablingAndDisablingAllocatesNothing) {
     TypeParam node(2);
-    AudioBus in = rampBus(2, 128, 48000);
-    AudioBus out(2, 128);
-    node.setIsEnabled(false);
-    expectNoHeapTraffic(node, in, out);
-    node.setIsEnabled(true);
-    expectNoHeapTraffic(node, in, out);
+    expectEnablingAndDisablingAllocatesNothing(node, rampBus);
 }
 
 TYPED_TEST(ModulationNodeAllocation, BlocksThatDoNotFitAllocateNothing) {
@@ -123,11 +96,7 @@ TYPED_TEST(ModulationNodeAllocation, BlocksThatDoNotFitAllocateNothing) {
 
 TYPED_TEST(ModulationNodeAllocation, ManyChannelsAllocateNothing) {
     TypeParam node(4);
-    AudioBus in = rampBus(4, 300, 96000);
-    AudioBus out(4, 300);
-    expectNoHeapTraffic(node, in, out);
-    AudioBus three = rampBus(3, 300, 96000);
-    expectNoHeapTraffic(node, three, out);
+    expectManyChannelsAllocateNothing(node, 4, rampBus);
 }
 
 TYPED_TEST(ModulationNodeAllocation, NodeWithoutChannelsAllocatesNothing) {

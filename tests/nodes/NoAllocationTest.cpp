@@ -9,7 +9,7 @@
 #include "host/XVAnyMap.h"
 #include "nodes/DelayNode.h"
 #include "nodes/PingPongDelayNode.h"
-#include "tests/nodes/AllocationCounter.h"
+#include "tests/nodes/AllocationTestSupport.h"
 
 namespace {
 
@@ -18,35 +18,13 @@ using ostrana::XVAny;
 using ostrana::XVAnyMap;
 using ostrana::extensions::audioeffects::DelayNode;
 using ostrana::extensions::audioeffects::PingPongDelayNode;
-using ostrana::testing::HeapTraffic;
-using ostrana::testing::measureHeapTraffic;
+using namespace ostrana::testing;
 
-// A bus filled with a ramp, so that the node has something to echo.
-AudioBus rampBus(unsigned int channels, unsigned int frames, unsigned int sampleRate) {
-    AudioBus bus(channels, frames, sampleRate);
-    for (unsigned int c = 0; c < channels; ++c) {
-        for (unsigned int f = 0; f < frames; ++f) {
-            bus.buffer.setSample(c, f, static_cast<float>(f % 97) / 97.0f - 0.5f);
-        }
-    }
-    return bus;
-}
-
-// Processes one block and expects no heap traffic at all while process runs.
-template <typename Node>
-void expectNoHeapTraffic(Node& node, AudioBus& in, AudioBus& out) {
-    bool processed = false;
-    const HeapTraffic traffic = measureHeapTraffic([&] { processed = node.process(in, out); });
-    EXPECT_TRUE(processed);
-    EXPECT_EQ(traffic.allocations, 0u);
-    EXPECT_EQ(traffic.deallocations, 0u);
-}
+// Buses filled with a ramp, so that the node has something to echo.
+constexpr RampBuses rampBus{97};
 
 TEST(AllocationCounter, SeesAllocationsMadeInsideTheLibrary) {
-    const HeapTraffic traffic = measureHeapTraffic([] { DelayNode node(2); });
-    // The node, its state and its two lines at least, all given back again.
-    EXPECT_GE(traffic.allocations, 4u);
-    EXPECT_EQ(traffic.deallocations, traffic.allocations);
+    expectConstructionAllocatesAndDestructionGivesBack<DelayNode>();
 }
 
 // Hands a pointer to the optimiser as used, so that a new and delete pair is not removed.
@@ -75,9 +53,7 @@ TEST(AllocationCounter, SeesEveryFormOfNew) {
 
 TEST(DelayNodeAllocation, FirstBlockAllocatesNothing) {
     DelayNode node(2);
-    AudioBus in = rampBus(2, 256, 48000);
-    AudioBus out(2, 256);
-    expectNoHeapTraffic(node, in, out);
+    expectFirstBlockAllocatesNothing(node, rampBus);
 }
 
 TEST(DelayNodeAllocation, FormatChangesAllocateNothing) {
@@ -102,25 +78,23 @@ TEST(DelayNodeAllocation, ParameterChangesAllocateNothing) {
     AudioBus in = rampBus(2, 4096, 48000);
     AudioBus out(2, 4096);
     expectNoHeapTraffic(node, in, out);
-    node.setDelayMs(1);
-    node.setFeedbackLevel(0.9f);
-    expectNoHeapTraffic(node, in, out);
-    node.setDelayMs(100000);
-    node.setDryMix(0.0f);
-    node.setWetMix(1.0f);
-    expectNoHeapTraffic(node, in, out);
+    expectNoHeapTrafficAfterEach(
+        node, in, out,
+        [](DelayNode& n) {
+            n.setDelayMs(1);
+            n.setFeedbackLevel(0.9f);
+        },
+        [](DelayNode& n) {
+            n.setDelayMs(100000);
+            n.setDryMix(0.0f);
+            n.setWetMix(1.0f);
+        });
 }
 
 TEST(DelayNodeAllocation, EnablingAndDisablingAllocatesNothing) {
     DelayNode node(2);
-    AudioBus in = rampBus(2, 128, 48000);
-    AudioBus out(2, 128);
-    node.setIsEnabled(false);
-    expectNoHeapTraffic(node, in, out);
-    node.setIsEnabled(true);
-    expectNoHeapTraffic(node, in, out);
-    node.setDelayMs(0);
-    expectNoHeapTraffic(node, in, out);
+    expectEnablingAndDisablingAllocatesNothing(node, rampBus,
+                                               [](DelayNode& n) { n.setDelayMs(0); });
 }
 
 TEST(DelayNodeAllocation, RefusedBusesAllocateNothing) {
@@ -132,18 +106,12 @@ TEST(DelayNodeAllocation, RefusedBusesAllocateNothing) {
 
 TEST(DelayNodeAllocation, ManyChannelsAllocateNothing) {
     DelayNode node(5);
-    AudioBus in = rampBus(5, 300, 96000);
-    AudioBus out(5, 300);
-    expectNoHeapTraffic(node, in, out);
-    AudioBus three = rampBus(3, 300, 96000);
-    expectNoHeapTraffic(node, three, out);
+    expectManyChannelsAllocateNothing(node, 5, rampBus);
 }
 
 TEST(PingPongDelayNodeAllocation, FirstBlockAllocatesNothing) {
     PingPongDelayNode node{XVAnyMap()};
-    AudioBus in = rampBus(2, 256, 48000);
-    AudioBus out(2, 256);
-    expectNoHeapTraffic(node, in, out);
+    expectFirstBlockAllocatesNothing(node, rampBus);
 }
 
 TEST(PingPongDelayNodeAllocation, FormatChangesAllocateNothing) {
@@ -168,25 +136,23 @@ TEST(PingPongDelayNodeAllocation, ParameterChangesAllocateNothing) {
     AudioBus in = rampBus(2, 4096, 44100);
     AudioBus out(2, 4096);
     expectNoHeapTraffic(node, in, out);
-    node.setDelayMs(3);
-    node.setFeedbackLevel(0.95f);
-    expectNoHeapTraffic(node, in, out);
-    node.setDelayMs(9000);
-    node.setDryMix(1.0f);
-    node.setWetMix(0.5f);
-    expectNoHeapTraffic(node, in, out);
+    expectNoHeapTrafficAfterEach(
+        node, in, out,
+        [](PingPongDelayNode& n) {
+            n.setDelayMs(3);
+            n.setFeedbackLevel(0.95f);
+        },
+        [](PingPongDelayNode& n) {
+            n.setDelayMs(9000);
+            n.setDryMix(1.0f);
+            n.setWetMix(0.5f);
+        });
 }
 
 TEST(PingPongDelayNodeAllocation, EnablingAndDisablingAllocatesNothing) {
     PingPongDelayNode node{XVAnyMap()};
-    AudioBus in = rampBus(2, 128, 48000);
-    AudioBus out(2, 128);
-    node.setIsEnabled(false);
-    expectNoHeapTraffic(node, in, out);
-    node.setIsEnabled(true);
-    expectNoHeapTraffic(node, in, out);
-    node.setDelayMs(0);
-    expectNoHeapTraffic(node, in, out);
+    expectEnablingAndDisablingAllocatesNothing(node, rampBus,
+                                               [](PingPongDelayNode& n) { n.setDelayMs(0); });
 }
 
 TEST(PingPongDelayNodeAllocation, PropertyChangesBetweenBlocksAllocateNothingInProcess) {

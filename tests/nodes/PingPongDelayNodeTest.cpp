@@ -1,19 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
 #include <climits>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/AudioBus.h"
-#include "host/AudioBusFormat.h"
-#include "host/AudioBusList.h"
 #include "host/XVAny.h"
 #include "host/XVAnyMap.h"
 #include "nodes/PingPongDelayNode.h"
@@ -22,9 +16,6 @@
 namespace {
 
 using ostrana::AudioBus;
-using ostrana::AudioBusFormat;
-using ostrana::AudioBusFormatList;
-using ostrana::AudioBusList;
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
 using ostrana::extensions::audioeffects::PingPongDelayNode;
@@ -95,11 +86,7 @@ std::vector<float> feedbackPowers(float feedback, unsigned int count) {
 
 TEST(PingPongDelayNode, StartsWithTheDescriptorDefaults) {
     const PingPongDelayNode node = makeNode();
-    EXPECT_TRUE(node.getIsEnabled());
-    EXPECT_EQ(node.getDelayMs(), 200u);
-    EXPECT_EQ(node.getDryMix(), 0.7f);
-    EXPECT_EQ(node.getWetMix(), 0.3f);
-    EXPECT_EQ(node.getFeedbackLevel(), 0.2f);
+    expectDefaultParameters(node);
 }
 
 TEST(PingPongDelayNode, SettersStoreAnyValueAsGiven) {
@@ -168,33 +155,20 @@ TEST(PingPongDelayNode, DisabledNodePassesInputThroughBitForBitAndFreezesItsRing
 
     PingPongDelayNode frozen = makeNode();
     PingPongDelayNode reference = makeNode();
-    const Signal start = noise(2, 1200, 32);
-    expectSameBits(processWhole(frozen, start, 48000), processWhole(reference, start, 48000));
-
-    frozen.setIsEnabled(false);
-    expectSameBits(processInBlocks(frozen, odd, 48000, 128), odd);
-    expectSameBits(processInBlocks(frozen, odd, 96000, 3000), odd);
-    frozen.setIsEnabled(true);
-
-    const Signal rest = noise(2, 25000, 33);
-    expectSameBits(processInBlocks(frozen, rest, 48000, 512),
-                   processInBlocks(reference, rest, 48000, 512));
+    expectBypassPassesThroughAndFreezes(
+        frozen, reference, noise(2, 1200, 32), odd, {{48000, 128}, {96000, 3000}},
+        [](PingPongDelayNode& node) { node.setIsEnabled(false); },
+        [](PingPongDelayNode& node) { node.setIsEnabled(true); }, noise(2, 25000, 33), 512);
 }
 
 TEST(PingPongDelayNode, ZeroDelayPassesInputThroughBitForBitAndFreezesItsRings) {
     const Signal odd = noise(2, 2000, 41);
     PingPongDelayNode frozen = makeNode();
     PingPongDelayNode reference = makeNode();
-    const Signal start = impulse(2, 300, 0);
-    expectSameBits(processWhole(frozen, start, 48000), processWhole(reference, start, 48000));
-
-    frozen.setDelayMs(0);
-    expectSameBits(processInBlocks(frozen, odd, 48000, 100), odd);
-    frozen.setDelayMs(200);
-
-    const Signal rest = silence(2, 20000);
-    const Signal output = processInBlocks(frozen, rest, 48000, 4096);
-    expectSameBits(output, processInBlocks(reference, rest, 48000, 4096));
+    const Signal output = expectBypassPassesThroughAndFreezes(
+        frozen, reference, impulse(2, 300, 0), odd, {{48000, 100}},
+        [](PingPongDelayNode& node) { node.setDelayMs(0); },
+        [](PingPongDelayNode& node) { node.setDelayMs(200); }, silence(2, 20000), 4096);
     EXPECT_EQ(output[0][9600 - 300], 0.3f);
 }
 
@@ -235,55 +209,28 @@ TEST(PingPongDelayNode, FramesWithoutChannelsStillAdvanceTheIndices) {
 
 TEST(PingPongDelayNode, OutputDoesNotDependOnTheBlockSize) {
     const Signal input = noise(2, 30000, 51);
-    Parameters parameters;
-    parameters.delayMs = 17;
-    parameters.feedbackLevel = 0.8f;
-    parameters.dryMix = 0.4f;
-    parameters.wetMix = 0.9f;
+    const Parameters parameters{
+        .delayMs = 17, .dryMix = 0.4f, .wetMix = 0.9f, .feedbackLevel = 0.8f};
 
-    PingPongDelayNode whole = makeNode();
-    apply(whole, parameters);
-    const Signal expected = processInBlocks(whole, input, 44100, 4096);
-    for (unsigned int blockSize : {1u, 7u, 64u}) {
-        PingPongDelayNode node = makeNode();
-        apply(node, parameters);
-        expectSameBits(processInBlocks(node, input, 44100, blockSize), expected);
-    }
     StepByStepPingPong model;
-    expectSameBits(expected, model.process(input, 44100, parameters));
+    expectOutputIndependentOfTheBlockSize(makeNode, model, input, 44100, parameters);
 }
 
 TEST(PingPongDelayNode, MatchesTheStepByStepEchoThroughParameterAndFormatChanges) {
-    std::mt19937 generator(77);
-    const unsigned int rates[] = {48000, 44100, 96000, 8000, 0, 999, 1000};
-    const unsigned int delays[] = {200, 0, 1, 2, 13, 50, 999, 1000, 1001, 4000, UINT_MAX};
-    const float gains[] = {0.0f, 0.2f, 0.3f, 0.7f, 1.0f, -0.5f, 1.25f};
-    const float feedbacks[] = {0.0f, 0.2f, 0.5f, 0.99f, -0.7f};
-    auto pick = [&generator](const auto& options) {
-        return options[std::uniform_int_distribution<std::size_t>(
-            0, std::size(options) - 1)(generator)];
-    };
-
+    const RandomBlockChoices choices{
+        .sampleRates = {48000, 44100, 96000, 8000, 0, 999, 1000},
+        .delays = {200, 0, 1, 2, 13, 50, 999, 1000, 1001, 4000, UINT_MAX},
+        .gains = {0.0f, 0.2f, 0.3f, 0.7f, 1.0f, -0.5f, 1.25f},
+        .feedbacks = {0.0f, 0.2f, 0.5f, 0.99f, -0.7f}};
     PingPongDelayNode node = makeNode();
     StepByStepPingPong model;
-    unsigned int sampleRate = 48000;
-    for (unsigned int block = 0; block < 150; ++block) {
-        Parameters parameters;
-        parameters.isEnabled = generator() % 8 != 0;
-        parameters.delayMs = pick(delays);
-        parameters.dryMix = pick(gains);
-        parameters.wetMix = pick(gains);
-        parameters.feedbackLevel = pick(feedbacks);
-        if (generator() % 6 == 0) sampleRate = pick(rates);
-        const unsigned int channels = generator() % 4 == 0 ? generator() % 4 : 2;
-        const unsigned int frames = std::uniform_int_distribution<unsigned int>(0, 3000)(generator);
-        const Signal input = noise(channels, frames, 1000 + block);
-
-        apply(node, parameters);
-        const Signal actual = processWhole(node, input, sampleRate);
-        const Signal expected = model.process(input, sampleRate, parameters);
-        ASSERT_NO_FATAL_FAILURE(expectSameBits(actual, expected)) << "block " << block;
-    }
+    // Mostly stereo; one block in four has 0 to 3 channels.
+    expectMatchesTheModelThroughRandomBlocks(
+        node, model, 77, 150, choices,
+        [](std::mt19937& generator) {
+            return static_cast<unsigned int>(generator() % 4 == 0 ? generator() % 4 : 2);
+        },
+        1000);
 }
 
 TEST(PingPongDelayNode, ThirdChannelReadsWhatTheSecondJustWrote) {
@@ -299,30 +246,15 @@ TEST(PingPongDelayNode, ThirdChannelReadsWhatTheSecondJustWrote) {
 TEST(PingPongDelayNode, AcceptsOnlyTwoChannels) {
     PingPongDelayNode node = makeNode();
     for (unsigned int channels : {0u, 1u, 2u, 3u}) {
-        AudioBusFormat input{channels, 48000, 256};
-        AudioBusFormat output{channels, 48000, 256};
-        EXPECT_EQ(node.setBusFormat(input, output), channels == 2) << channels << " channels";
+        EXPECT_EQ(accepts(node, {channels, 48000, 256}, {channels, 48000, 256}), channels == 2)
+            << channels << " channels";
     }
-    AudioBusFormat open{0, 48000, 256};
-    AudioBusFormat two{2, 48000, 256};
-    EXPECT_TRUE(node.setBusFormat(open, two));
-    AudioBusFormat input{2, 48000, 256};
-    AudioBusFormat otherRate{2, 44100, 256};
-    EXPECT_FALSE(node.setBusFormat(input, otherRate));
+    EXPECT_TRUE(accepts(node, {0, 48000, 256}, {2, 48000, 256}));
+    EXPECT_FALSE(accepts(node, {2, 48000, 256}, {2, 44100, 256}));
 }
 
 TEST(PingPongDelayNode, DelaysBeyondTheRingsAreLimitedToTheWholeRing) {
-    const Signal input = impulse(2, 50000, 0);
-    PingPongDelayNode oneSecond = makeNode();
-    oneSecond.setDelayMs(1000);
-    const Signal expected = processInBlocks(oneSecond, input, 48000, 4096);
-    expectEchoes(expected[0], {{0, 0.7f}, {48000, 0.3f}});
-
-    for (unsigned int delayMs : {1001u, 4000u, UINT_MAX}) {
-        PingPongDelayNode node = makeNode();
-        node.setDelayMs(delayMs);
-        expectSameBits(processInBlocks(node, input, 48000, 4096), expected);
-    }
+    expectDelaysBeyondTheLineLimitedToIt(makeNode, impulse(2, 50000, 0), {1001u, 4000u, UINT_MAX});
 }
 
 TEST(PingPongDelayNode, DelaysBelowOneFrameAreLimitedToOneFrame) {
@@ -365,35 +297,17 @@ TEST(PingPongDelayNode, NotANumberAndInfiniteGainsDoNotBreakIt) {
 TEST(PingPongDelayNode, BlocksWiderThanTheOutputPassThroughAndTouchNothing) {
     PingPongDelayNode node = makeNode();
     PingPongDelayNode reference = makeNode();
-    const Signal start = impulse(2, 500, 0);
-    expectSameBits(processWhole(node, start, 48000), processWhole(reference, start, 48000));
-
-    AudioBus in(3, 400, 48000);
-    in.buffer.setSample(1, 0, 0.25f);
-    AudioBus narrow(2, 400);
-    EXPECT_TRUE(node.process(in, narrow));
-    EXPECT_EQ(narrow.buffer.getSample(1, 0), 0.25f);
-    AudioBus shortOut(3, 100);
-    EXPECT_TRUE(node.process(in, shortOut));
-
-    const Signal rest = silence(2, 12000);
-    expectSameBits(processInBlocks(node, rest, 48000, 4096),
-                   processInBlocks(reference, rest, 48000, 4096));
+    expectLinesLeftAsTheyWere(
+        node, reference, impulse(2, 500, 0),
+        [](PingPongDelayNode& misfit) {
+            expectNarrowAndShortOutputsPassThrough(misfit, 3, 400, 1, 0.25f);
+        },
+        silence(2, 12000), 4096);
 }
 
 TEST(PingPongDelayNode, ProcessesThroughTheListLevelCalls) {
     PingPongDelayNode node = makeNode();
-    AudioBusFormatList inputFormats{AudioBusFormat{2, 48000, 32}};
-    AudioBusFormatList outputFormats{AudioBusFormat{2, 48000, 32}};
-    ASSERT_TRUE(node.setBusFormats(inputFormats, outputFormats));
-    AudioBus in(2, 32, 48000);
-    AudioBus out(2, 32);
-    in.buffer.setSample(0, 5, 1.0f);
-    AudioBusList inputs{&in};
-    AudioBusList outputs{&out};
-    EXPECT_TRUE(node.process(inputs, outputs));
-    EXPECT_EQ(out.buffer.getSample(0, 5), 0.7f);
-    EXPECT_EQ(out.buffer.getSample(1, 5), 0.0f);
+    expectImpulseThroughTheListLevelCalls(node, 32, 0, 5);
 }
 
 TEST(PingPongDelayNode, RegistersItsFivePropertiesInOrderWithTheirSchemas) {
@@ -470,24 +384,7 @@ TEST(PingPongDelayNode, PropertyChangesApplyFromTheNextBlock) {
 
 TEST(PingPongDelayNode, GainsSetFromAnotherThreadApplyPerBlock) {
     PingPongDelayNode node = makeNode();
-    node.setWetMix(0.0f);
-    node.setFeedbackLevel(0.0f);
-    node.setDryMix(0.5f);
-    std::atomic<bool> stop{false};
-    std::thread control([&node, &stop] {
-        bool quarter = true;
-        while (!stop.load()) {
-            node.setDryMix(quarter ? 0.25f : 0.5f);
-            quarter = !quarter;
-        }
-    });
-    Signal ones = silence(2, 256);
-    for (auto& channel : ones) std::fill(channel.begin(), channel.end(), 1.0f);
-    std::vector<Signal> outputs;
-    for (int block = 0; block < 200; ++block) outputs.push_back(processWhole(node, ones, 48000));
-    stop.store(true);
-    control.join();
-    for (const Signal& output : outputs) {
+    for (const Signal& output : outputsWhileTheDryMixChanges(node)) {
         const float first = output[0][0];
         ASSERT_TRUE(first == 0.25f || first == 0.5f) << first;
         for (const auto& channel : output) {
