@@ -12,7 +12,7 @@ namespace ostrana {
 // buffer once and reuse it for blocks of any length up to the capacity.
 template <typename T>
 class AudioBuffer {
-public:
+  public:
     AudioBuffer() = default;
     AudioBuffer(unsigned int numberOfChannels, unsigned int frameCapacity,
                 unsigned int sampleRate = 0)
@@ -49,7 +49,7 @@ public:
     // Sets every sample of the capacity to zero.
     void clear() { std::fill(samples_.begin(), samples_.end(), T{}); }
 
-private:
+  private:
     std::size_t index(unsigned int channel, unsigned int frame) const {
         return static_cast<std::size_t>(channel) * frameCapacity_ + frame;
     }

@@ -6,7 +6,7 @@ namespace ostrana {
 
 // One bus of audio as a node receives it: a buffer of 32-bit float samples.
 class AudioBus {
-public:
+  public:
     AudioBus() = default;
     AudioBus(unsigned int numberOfChannels, unsigned int frameCapacity, unsigned int sampleRate = 0)
         : buffer(numberOfChannels, frameCapacity, sampleRate) {}

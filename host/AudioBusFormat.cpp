@@ -4,7 +4,9 @@ namespace ostrana {
 
 namespace {
 
-bool fieldsAgree(unsigned int a, unsigned int b) { return a == 0 || b == 0 || a == b; }
+bool fieldsAgree(unsigned int a, unsigned int b) {
+    return a == 0 || b == 0 || a == b;
+}
 
 void settle(unsigned int& a, unsigned int& b) {
     if (a == 0) a = b;

@@ -7,7 +7,9 @@ AudioNode::AudioNode(unsigned int numberOfInputs, unsigned int numberOfOutputs)
 
 AudioNode::~AudioNode() = default;
 
-std::string AudioNode::getDisplayName() const { return "Audio Node"; }
+std::string AudioNode::getDisplayName() const {
+    return "Audio Node";
+}
 
 void AudioNode::onGraphStart() {}
 

@@ -10,7 +10,7 @@ namespace ostrana {
 // A node that processes audio: it has a number of input and output buses, agrees their
 // formats before processing, then processes one block at a time on the audio thread.
 class AudioNode : public Node {
-public:
+  public:
     AudioNode(unsigned int numberOfInputs, unsigned int numberOfOutputs);
     ~AudioNode() override;
 
@@ -26,7 +26,7 @@ public:
     unsigned int getNumberOfInputs() const { return numberOfInputs_; }
     unsigned int getNumberOfOutputs() const { return numberOfOutputs_; }
 
-private:
+  private:
     unsigned int numberOfInputs_;
     unsigned int numberOfOutputs_;
 };

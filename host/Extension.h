@@ -13,7 +13,7 @@ namespace ostrana {
 // An extension: a named, described provider of a node factory. Its objects carry the type
 // name "extension".
 class Extension : public OstranaObject {
-public:
+  public:
     Extension();
     ~Extension() override;
 

@@ -64,8 +64,8 @@ std::vector<std::string> ExtensionManager::getNodeTypeNames() const {
 std::string ExtensionManager::unknownTypeMessage(const std::string& type) const {
     std::string known;
     for (const std::string& name : getNodeTypeNames()) known += (known.empty() ? "" : ", ") + name;
-    return "[ExtensionManager] Unknown node type '" + type + "'; known types: " +
-           (known.empty() ? "none" : known);
+    return "[ExtensionManager] Unknown node type '" + type +
+           "'; known types: " + (known.empty() ? "none" : known);
 }
 
 Result<NodeTypeInfo> ExtensionManager::findNodeType(const std::string& type) const {

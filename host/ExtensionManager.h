@@ -24,7 +24,7 @@ namespace ostrana {
 // Registration, lookups and loading may be called from any control thread; they are
 // serialised by a lock, and never belong on an audio thread.
 class ExtensionManager {
-public:
+  public:
     // Called after each registration, outside the lock, with the new extension. A host may
     // use the new extension at once, even while its library is still being loaded.
     using RegistrationObserver = std::function<void(const std::shared_ptr<Extension>&)>;
@@ -53,7 +53,7 @@ public:
     // Creates a node by fully qualified type name with the first extension that has it.
     Result<std::unique_ptr<Node>> createNode(const std::string& type, const XVAnyMap& config) const;
 
-private:
+  private:
     ExtensionManager();
     ~ExtensionManager();
     std::string unknownTypeMessage(const std::string& type) const;

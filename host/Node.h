@@ -9,7 +9,7 @@ namespace ostrana {
 // The base of every node of a graph. Nodes are made on the heap by a factory's creation
 // function and destroyed through the virtual destructor by whoever received them.
 class Node : public OstranaObject {
-public:
+  public:
     explicit Node(const std::string& objectType = "node");
     ~Node() override;
 

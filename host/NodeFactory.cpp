@@ -30,18 +30,20 @@ Result<std::unique_ptr<Node>> NodeFactory::createNode(const std::string& type,
         if (registration.info.getFQTypeName() != type) continue;
         try {
             std::unique_ptr<Node> node(registration.create(config));
-            if (!node) return NodeResult::failure("[NodeFactory] Creating '" + type + "' gave no node");
+            if (!node)
+                return NodeResult::failure("[NodeFactory] Creating '" + type + "' gave no node");
             return NodeResult(std::move(node));
         } catch (const std::exception& error) {
-            return NodeResult::failure("[NodeFactory] Creating '" + type + "' failed: " + error.what());
+            return NodeResult::failure("[NodeFactory] Creating '" + type +
+                                       "' failed: " + error.what());
         }
     }
     std::string known;
     for (const Registration& registration : registrations_) {
         known += (known.empty() ? "" : ", ") + registration.info.getFQTypeName();
     }
-    return NodeResult::failure("[NodeFactory] Unknown node type '" + type + "'; known types: " +
-                               (known.empty() ? "none" : known));
+    return NodeResult::failure("[NodeFactory] Unknown node type '" + type +
+                               "'; known types: " + (known.empty() ? "none" : known));
 }
 
 void NodeFactory::registerNode(const NodeTypeInfo& info, NodeCreateFunction create) {

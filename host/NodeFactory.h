@@ -18,7 +18,7 @@ using NodeCreateFunction = std::function<Node*(const XVAnyMap&)>;
 // Keeps node types, each a descriptor with its creation function, in registration order,
 // and creates nodes by fully qualified type name ("AudioEffects.Delay").
 class NodeFactory {
-public:
+  public:
     NodeFactory();
     virtual ~NodeFactory();
     NodeFactory(const NodeFactory&) = delete;
@@ -36,7 +36,7 @@ public:
     void registerNode(const NodeTypeInfo& info, NodeCreateFunction create);
     bool hasNodeType(const std::string& type) const;
 
-private:
+  private:
     struct Registration {
         NodeTypeInfo info;
         NodeCreateFunction create;

@@ -19,7 +19,7 @@ struct PropertyDescription {
 // registry of properties, each with a schema and a getter and setter function.
 // Objects are not copyable: registered functions usually capture the object itself.
 class OstranaObject {
-public:
+  public:
     explicit OstranaObject(const std::string& objectType);
     virtual ~OstranaObject();
     OstranaObject(const OstranaObject&) = delete;
@@ -43,7 +43,7 @@ public:
     // The registered properties in registration order.
     std::vector<PropertyDescription> getProperties() const;
 
-private:
+  private:
     struct Property {
         std::string name;
         XVAnyMap schema;

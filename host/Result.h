@@ -11,7 +11,7 @@ namespace ostrana {
 // a message. Successes convert implicitly from the value; errors are made with failure().
 template <typename T>
 class Result {
-public:
+  public:
     Result(T value) : value_(std::move(value)) {}
 
     static Result failure(std::string message) { return Result(Error{std::move(message)}); }
@@ -27,7 +27,7 @@ public:
     // The error message; empty for a success.
     const std::string& errorMessage() const { return error_; }
 
-private:
+  private:
     struct Error {
         std::string message;
     };
@@ -44,7 +44,7 @@ private:
 // The outcome of an operation that produces nothing: a success by default, or an error.
 template <>
 class Result<void> {
-public:
+  public:
     Result() = default;
 
     static Result failure(std::string message) {
@@ -58,7 +58,7 @@ public:
     explicit operator bool() const { return ok_; }
     const std::string& errorMessage() const { return error_; }
 
-private:
+  private:
     bool ok_ = true;
     std::string error_;
 };

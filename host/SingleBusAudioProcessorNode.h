@@ -16,7 +16,7 @@ namespace ostrana {
 // more channels than the accepted format, or when the output bus cannot hold the input's
 // channels and frames. So a node never sees a block it did not agree to.
 class SingleBusAudioProcessorNode : public AudioNode {
-public:
+  public:
     SingleBusAudioProcessorNode();
     ~SingleBusAudioProcessorNode() override;
 
@@ -34,7 +34,7 @@ public:
     // Whether a block of in and out fits within channelLimit channels and the output's room.
     static bool busesFit(const AudioBus& inBus, const AudioBus& outBus, unsigned int channelLimit);
 
-private:
+  private:
     std::atomic<bool> formatAccepted_{false};
     std::atomic<unsigned int> acceptedChannels_{0};
 };

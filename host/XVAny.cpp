@@ -23,15 +23,24 @@ XVAny::XVAny(const XVAnyMap& value) : value_(std::make_shared<const XVAnyMap>(va
 
 std::string_view XVAny::kindName(Kind kind) {
     switch (kind) {
-        case Kind::Empty: return "empty";
-        case Kind::Bool: return "bool";
-        case Kind::Int: return "int";
-        case Kind::UnsignedInt: return "unsigned int";
-        case Kind::Float: return "float";
-        case Kind::String: return "string";
-        case Kind::Map: return "map";
-        case Kind::Getter: return "getter";
-        case Kind::Setter: return "setter";
+        case Kind::Empty:
+            return "empty";
+        case Kind::Bool:
+            return "bool";
+        case Kind::Int:
+            return "int";
+        case Kind::UnsignedInt:
+            return "unsigned int";
+        case Kind::Float:
+            return "float";
+        case Kind::String:
+            return "string";
+        case Kind::Map:
+            return "map";
+        case Kind::Getter:
+            return "getter";
+        case Kind::Setter:
+            return "setter";
     }
     return "unknown";
 }

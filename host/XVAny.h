@@ -17,7 +17,7 @@ class XVAnyMap;
 // bool, a signed or unsigned 32-bit integer, a float, a text, a map, or a property getter or
 // setter function. Maps are held immutably, so copies share them safely.
 class XVAny {
-public:
+  public:
     using Getter = std::function<Result<XVAny>()>;
     using Setter = std::function<Result<void>(const XVAny&)>;
 
@@ -47,7 +47,7 @@ public:
     // Equal kinds with equal contents; functions are never equal to anything.
     friend bool operator==(const XVAny& a, const XVAny& b);
 
-private:
+  private:
     using MapPointer = std::shared_ptr<const XVAnyMap>;
     std::variant<std::monostate, bool, int, unsigned int, float, std::string, MapPointer, Getter,
                  Setter>

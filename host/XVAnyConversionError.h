@@ -9,7 +9,7 @@ namespace ostrana {
 // The message names the kind wanted and the kind held, for instance
 // "XVAny: cannot convert a value of kind 'string' to 'float'".
 class XVAnyConversionError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 

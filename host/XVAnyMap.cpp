@@ -14,7 +14,9 @@ std::size_t XVAnyMap::find(const std::string& key) const {
     return entries_.size();
 }
 
-bool XVAnyMap::hasKey(const std::string& key) const { return find(key) < entries_.size(); }
+bool XVAnyMap::hasKey(const std::string& key) const {
+    return find(key) < entries_.size();
+}
 
 XVAny XVAnyMap::at(const std::string& key) const {
     const std::size_t index = find(key);

@@ -12,7 +12,7 @@ namespace ostrana {
 
 // Thrown by XVAnyMap::at for a key that the map does not hold; the message names the key.
 class XVAnyMapKeyError : public std::out_of_range {
-public:
+  public:
     using std::out_of_range::out_of_range;
 };
 
@@ -20,7 +20,7 @@ public:
 // the order in which they were first given; a key given again replaces the earlier value in
 // place.
 class XVAnyMap {
-public:
+  public:
     using Entry = std::pair<std::string, XVAny>;
 
     XVAnyMap() = default;
@@ -36,9 +36,11 @@ public:
     std::vector<Entry>::const_iterator begin() const { return entries_.begin(); }
     std::vector<Entry>::const_iterator end() const { return entries_.end(); }
 
-    friend bool operator==(const XVAnyMap& a, const XVAnyMap& b) { return a.entries_ == b.entries_; }
+    friend bool operator==(const XVAnyMap& a, const XVAnyMap& b) {
+        return a.entries_ == b.entries_;
+    }
 
-private:
+  private:
     // The index of key's entry, or size() when there is none.
     std::size_t find(const std::string& key) const;
 

@@ -1,9 +1,9 @@
-#include "host/NodeTypeInfo.h"
-
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
+
+#include "host/NodeTypeInfo.h"
 
 using ostrana::NodeTypeInfo;
 using ostrana::XVAny;
@@ -40,7 +40,9 @@ TEST(NodeTypeInfo, FullyQualifiedNameJoinsTypeAndSubtype) {
     EXPECT_EQ(partial.getFQTypeName(), "AudioEffects.");
 }
 
-TEST(NodeTypeInfo, DefaultRecordIsNamedByAFullStop) { EXPECT_EQ(NodeTypeInfo().getFQTypeName(), "."); }
+TEST(NodeTypeInfo, DefaultRecordIsNamedByAFullStop) {
+    EXPECT_EQ(NodeTypeInfo().getFQTypeName(), ".");
+}
 
 TEST(NodeTypeInfo, GetPropertyReturnsTheSchemaMap) {
     const XVAnyMap schema = recordWithOneProperty().getProperty("delayMs");

@@ -1,7 +1,6 @@
-#include "host/AudioBus.h"
-
 #include <gtest/gtest.h>
 
+#include "host/AudioBus.h"
 #include "host/AudioBusFormat.h"
 
 using ostrana::AudioBuffer;
@@ -51,7 +50,8 @@ TEST(AudioBus, CopyFromCopiesEverySampleRateAndFrameCount) {
     EXPECT_EQ(out.buffer.getSampleRate(), 44100u);
     EXPECT_EQ(out.buffer.getNumberOfFrames(), 10u);
     for (unsigned c = 0; c < 2; ++c) {
-        for (unsigned f = 0; f < 10; ++f) EXPECT_EQ(out.buffer.getSample(c, f), in.buffer.getSample(c, f));
+        for (unsigned f = 0; f < 10; ++f)
+            EXPECT_EQ(out.buffer.getSample(c, f), in.buffer.getSample(c, f));
     }
 }
 

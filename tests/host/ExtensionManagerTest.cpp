@@ -1,10 +1,9 @@
-#include "host/ExtensionManager.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
 
+#include "host/ExtensionManager.h"
 #include "tests/host/TestExtension.h"
 
 using ostrana::Extension;
@@ -15,7 +14,9 @@ using ostrana::testing::TestExtension;
 
 namespace {
 
-ExtensionManager& manager() { return ExtensionManager::getInstance(); }
+ExtensionManager& manager() {
+    return ExtensionManager::getInstance();
+}
 
 }  // namespace
 
@@ -27,7 +28,9 @@ TEST(Extension, DefaultInitializeAndDeinitializeSucceed) {
     EXPECT_EQ(extension.getObjectType(), "extension");
 }
 
-TEST(ExtensionManager, IsOneObjectPerProcess) { EXPECT_EQ(&manager(), &ExtensionManager::getInstance()); }
+TEST(ExtensionManager, IsOneObjectPerProcess) {
+    EXPECT_EQ(&manager(), &ExtensionManager::getInstance());
+}
 
 TEST(ExtensionManager, KeepsEveryRegistrationInOrderEvenWithTheSameName) {
     const std::size_t before = manager().getExtensions().size();
@@ -51,9 +54,8 @@ TEST(ExtensionManager, RefusesAnEmptyExtension) {
 
 TEST(ExtensionManager, TellsTheObserverOfEachRegistration) {
     std::shared_ptr<Extension> seen;
-    manager().setRegistrationObserver([&seen](const std::shared_ptr<Extension>& extension) {
-        seen = extension;
-    });
+    manager().setRegistrationObserver(
+        [&seen](const std::shared_ptr<Extension>& extension) { seen = extension; });
     auto extension = std::make_shared<TestExtension>("Observed");
     manager().registerExtension(extension);
     manager().setRegistrationObserver(nullptr);

@@ -1,9 +1,9 @@
-#include "host/NodeFactory.h"
-
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
+
+#include "host/NodeFactory.h"
 
 using ostrana::Node;
 using ostrana::NodeFactory;
@@ -23,15 +23,16 @@ NodeTypeInfo typeInfo(const std::string& subtype) {
 
 // A node that remembers the configuration it was made with.
 class ConfiguredNode : public Node {
-public:
+  public:
     explicit ConfiguredNode(const XVAnyMap& config) : config(config) {}
     XVAnyMap config;
 };
 
 class TestFactory : public NodeFactory {
-public:
+  public:
     TestFactory() {
-        registerNode(typeInfo("B"), [](const XVAnyMap& config) { return new ConfiguredNode(config); });
+        registerNode(typeInfo("B"),
+                     [](const XVAnyMap& config) { return new ConfiguredNode(config); });
         registerNode(typeInfo("A"), [](const XVAnyMap&) { return new Node("a-node"); });
         registerNode(typeInfo("Throwing"),
                      [](const XVAnyMap&) -> Node* { throw std::runtime_error("no memory"); });

@@ -1,10 +1,9 @@
-#include "host/OstranaObject.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "host/Node.h"
+#include "host/OstranaObject.h"
 
 using ostrana::Node;
 using ostrana::OstranaObject;
@@ -16,16 +15,15 @@ namespace {
 
 // An object with one float property "dryMix" backed by a member, as a node would register it.
 class MixObject : public OstranaObject {
-public:
+  public:
     MixObject() : OstranaObject("mixer") {
-        registerProperty(
-            "dryMix", XVAnyMap{{"type", XVAny("float")}, {"default", XVAny(0.7f)}},
-            XVAny(XVAny::Getter([this] { return Result<XVAny>(XVAny(dryMix)); })),
-            XVAny(XVAny::Setter([this](const XVAny& value) {
-                ++setterCalls;
-                dryMix = XVAny::convert<float>(value);
-                return Result<void>();
-            })));
+        registerProperty("dryMix", XVAnyMap{{"type", XVAny("float")}, {"default", XVAny(0.7f)}},
+                         XVAny(XVAny::Getter([this] { return Result<XVAny>(XVAny(dryMix)); })),
+                         XVAny(XVAny::Setter([this](const XVAny& value) {
+                             ++setterCalls;
+                             dryMix = XVAny::convert<float>(value);
+                             return Result<void>();
+                         })));
     }
     float dryMix = 0.7f;
     int setterCalls = 0;

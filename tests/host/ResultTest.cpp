@@ -1,10 +1,9 @@
-#include "host/Result.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <stdexcept>
 
+#include "host/Result.h"
 #include "host/XVAny.h"
 
 using ostrana::Result;

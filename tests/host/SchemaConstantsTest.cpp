@@ -1,9 +1,9 @@
-#include "host/SchemaConstants.h"
-
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
+
+#include "host/SchemaConstants.h"
 
 using namespace ostrana;
 

@@ -1,6 +1,6 @@
-#include "host/SingleBusAudioProcessorNode.h"
-
 #include <gtest/gtest.h>
+
+#include "host/SingleBusAudioProcessorNode.h"
 
 using ostrana::AudioBus;
 using ostrana::AudioBusFormat;
@@ -12,7 +12,7 @@ namespace {
 
 // Accepts up to maxChannels and halves every sample; records what reached it.
 class HalvingNode : public SingleBusAudioProcessorNode {
-public:
+  public:
     using SingleBusAudioProcessorNode::process;
     explicit HalvingNode(unsigned maxChannels) : maxChannels(maxChannels) {}
 

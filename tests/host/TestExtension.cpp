@@ -5,7 +5,7 @@ namespace ostrana::testing {
 namespace {
 
 class ProbeFactory : public NodeFactory {
-public:
+  public:
     explicit ProbeFactory(const std::string& prefix) : prefix_(prefix) {
         NodeTypeInfo info;
         info.type = prefix;
@@ -15,7 +15,7 @@ public:
     }
     std::string getNodeTypePrefix() override { return prefix_; }
 
-private:
+  private:
     std::string prefix_;
 };
 

@@ -10,13 +10,13 @@ namespace ostrana::testing {
 
 // A small extension for host tests: named as given, with one node type "<name>.Probe".
 class TestExtension : public Extension {
-public:
+  public:
     explicit TestExtension(std::string name) : name_(std::move(name)) {}
     std::string getName() override { return name_; }
     std::string getDescription() override { return "Extension for tests."; }
     std::shared_ptr<NodeFactory> getNodeFactory() override;
 
-private:
+  private:
     std::string name_;
 };
 

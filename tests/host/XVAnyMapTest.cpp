@@ -1,14 +1,16 @@
-#include "host/XVAnyMap.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "host/XVAnyMap.h"
 
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
 using ostrana::XVAnyMapKeyError;
 
-TEST(XVAnyMap, EmptyMapHasNoEmptyKey) { EXPECT_FALSE(XVAnyMap().hasKey("")); }
+TEST(XVAnyMap, EmptyMapHasNoEmptyKey) {
+    EXPECT_FALSE(XVAnyMap().hasKey(""));
+}
 
 TEST(XVAnyMap, KeysAreCaseSensitive) {
     const XVAnyMap map{{"delayMs", XVAny(200)}};

@@ -1,9 +1,9 @@
-#include "host/XVAny.h"
-
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <string>
+
+#include "host/XVAny.h"
 
 using ostrana::Result;
 using ostrana::XVAny;
