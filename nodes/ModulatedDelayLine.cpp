@@ -4,6 +4,15 @@
 
 namespace ostrana::extensions::audioeffects {
 
+ModulatedDelayLine::Lanes ModulatedDelayLine::widestLanes() {
+#if defined(__x86_64__)
+    // The compiler's run-time support reads the processor's features while the program loads;
+    // this only tests a bit of what it found.
+    if (__builtin_cpu_supports("avx2")) return Lanes::kEight;
+#endif
+    return Lanes::kFour;
+}
+
 float ModulatedDelayLine::readWrapped(const audio::CircularBuffer& line, float position) {
     return line.interpolate(std::fmod(position, static_cast<float>(line.getSize())));
 }

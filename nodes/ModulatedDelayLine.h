@@ -6,6 +6,9 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 #include "audio/CircularBuffer.h"
 #include "audio/LFO.h"
@@ -42,6 +45,12 @@ class ModulatedDelayLine {
     static constexpr float kAmplitude = 0.5f;
     static constexpr float kOffset = 0.5f;
 
+    // How many frames of a channel the line work takes in one step where it can: four (SSE2),
+    // or eight on processors with AVX2. Both give the same values, bit for bit.
+    enum class Lanes { kFour, kEight };
+    // The widest lanes this processor runs.
+    static Lanes widestLanes();
+
     // Runs one block of input.getNumberOfChannels() channels (at least 1, at most the number of
     // lines) and input.getNumberOfFrames() frames into output: frame by frame, and within a
     // frame channel by channel. oscillators holds one oscillator per channel, or the shared
@@ -49,14 +58,15 @@ class ModulatedDelayLine {
     template <Effect kEffect>
     static void render(const AudioBuffer<float>& input, AudioBuffer<float>& output,
                        audio::LFO* oscillators, audio::CircularBuffer* lines,
-                       const std::atomic<float>& sweepWidth, float wetGain, float feedback) {
+                       const std::atomic<float>& sweepWidth, float wetGain, float feedback,
+                       Lanes lanes = widestLanes()) {
         const Block block{input, output, oscillators, lines, sweepWidth, wetGain, feedback};
         switch (input.getNumberOfChannels()) {
             case 1:
-                if (sharesWritePointer(block, 1)) return renderHoisted<kEffect, 1>(block);
+                if (sharesWritePointer(block, 1)) return renderHoisted<kEffect, 1>(block, lanes);
                 break;
             case 2:
-                if (sharesWritePointer(block, 2)) return renderHoisted<kEffect, 2>(block);
+                if (sharesWritePointer(block, 2)) return renderHoisted<kEffect, 2>(block, lanes);
                 break;
             default:
                 break;
@@ -129,9 +139,12 @@ class ModulatedDelayLine {
         }
     };
 
-    static float swingOf(const Block& block, audio::LFO& oscillator, int rate, float rateF) {
-        const float m = oscillator.process(rate);
+    // The delay's swing in samples for an oscillator value m, with a fresh load of sweepWidth.
+    static float swingOf(const Block& block, float m, float rateF) {
         return (m * block.sweepWidth.load(std::memory_order_relaxed)) * rateF;
+    }
+    static float swingOf(const Block& block, audio::LFO& oscillator, int rate, float rateF) {
+        return swingOf(block, oscillator.process(rate), rateF);
     }
 
     template <Effect kEffect>
@@ -278,6 +291,134 @@ class ModulatedDelayLine {
 #endif
     }
 
+#if defined(__x86_64__)
+    // runFourFrames for eight frames, with AVX2: lane k is frame + k, written at slot w + k with
+    // swings[k], and performs the single step's operations in the same precision and order.
+    // Besides eight neighbouring slots, it takes read positions anywhere within one window of
+    // sixteen slots (as when the swing crosses a whole sample within the eight frames), picking
+    // each lane's two samples out of the window. Returns false, having touched nothing, when a
+    // position is not placed, the eight slots would wrap, a lane would read a slot that another
+    // lane writes on the other side of it in single steps (see readsClear: 1 to 8 behind when
+    // reading first, 0 behind or 1 to 7 ahead when writing first), or the positions do not fit
+    // one window.
+    template <Effect kEffect>
+    [[gnu::target("avx2")]] static bool runEightFrames(const Channel& channel, unsigned int frame,
+                                                       int w, const float* swings, float wetGain,
+                                                       float feedback) {
+        constexpr float kSizeF = static_cast<float>(kLineLength);
+        constexpr int kWindow = 16;
+        if (w > kLineLength - 8) return false;
+        const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+        const __m256i slots = _mm256_add_epi32(_mm256_set1_epi32(w), lanes);
+        const __m256 size = _mm256_set1_ps(kSizeF);
+        const __m256 position = _mm256_add_ps(
+            _mm256_add_ps(_mm256_sub_ps(_mm256_cvtepi32_ps(slots), _mm256_loadu_ps(swings)),
+                          _mm256_set1_ps(-kEffect.baseDelay)),
+            size);
+        const __m256 placed =
+            _mm256_and_ps(_mm256_cmp_ps(position, _mm256_setzero_ps(), _CMP_GT_OQ),
+                          _mm256_cmp_ps(position, _mm256_set1_ps(2.0f * kSizeF), _CMP_LT_OQ));
+        if (_mm256_movemask_ps(placed) != 0xFF) return false;
+        const __m256 wrapped =
+            _mm256_sub_ps(position, _mm256_and_ps(_mm256_cmp_ps(position, size, _CMP_GE_OQ), size));
+        const __m256i index = _mm256_cvttps_epi32(wrapped);
+        const __m256 frac = _mm256_sub_ps(wrapped, _mm256_cvtepi32_ps(index));
+
+        // Every lane's two slots within [first, first + kWindow), which does not wrap.
+        const int first = _mm_cvtsi128_si32(_mm256_castsi256_si128(index));
+        if (first > kLineLength - kWindow - 1) return false;
+        const __m256i offset = _mm256_sub_epi32(index, _mm256_set1_epi32(first));
+        const __m256i inWindow =
+            _mm256_andnot_si256(_mm256_cmpgt_epi32(_mm256_setzero_si256(), offset),
+                                _mm256_cmpgt_epi32(_mm256_set1_epi32(kWindow - 1), offset));
+        if (_mm256_movemask_ps(_mm256_castsi256_ps(inWindow)) != 0xFF) return false;
+        __m256i behind = _mm256_sub_epi32(slots, index);
+        behind = _mm256_add_epi32(
+            behind, _mm256_and_si256(_mm256_cmpgt_epi32(_mm256_setzero_si256(), behind),
+                                     _mm256_set1_epi32(kLineLength)));
+        __m256i clear;
+        if constexpr (kEffect.writesBeforeReading) {
+            clear =
+                _mm256_and_si256(_mm256_cmpgt_epi32(behind, _mm256_setzero_si256()),
+                                 _mm256_cmpgt_epi32(_mm256_set1_epi32(kLineLength - 7), behind));
+        } else {
+            clear = _mm256_cmpgt_epi32(behind, _mm256_set1_epi32(8));
+        }
+        if (_mm256_movemask_ps(_mm256_castsi256_ps(clear)) != 0xFF) return false;
+
+        float* data = channel.data;
+        const __m256 x = _mm256_loadu_ps(channel.input + frame);
+        if constexpr (kEffect.writesBeforeReading) _mm256_storeu_ps(data + w, x);
+        __m256 a;
+        __m256 b;
+        if (_mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpeq_epi32(offset, lanes))) == 0xFF) {
+            a = _mm256_loadu_ps(data + first);
+            b = _mm256_loadu_ps(data + first + 1);
+        } else {
+            const __m256 low = _mm256_loadu_ps(data + first);
+            const __m256 high = _mm256_loadu_ps(data + first + 8);
+            const __m256i next = _mm256_add_epi32(offset, _mm256_set1_epi32(1));
+            const __m256i seven = _mm256_set1_epi32(7);
+            a = _mm256_blendv_ps(_mm256_permutevar8x32_ps(low, offset),
+                                 _mm256_permutevar8x32_ps(high, offset),
+                                 _mm256_castsi256_ps(_mm256_cmpgt_epi32(offset, seven)));
+            b = _mm256_blendv_ps(_mm256_permutevar8x32_ps(low, next),
+                                 _mm256_permutevar8x32_ps(high, next),
+                                 _mm256_castsi256_ps(_mm256_cmpgt_epi32(next, seven)));
+        }
+        const __m256 fracB = _mm256_mul_ps(frac, b);
+        const __m256d one = _mm256_set1_pd(1.0);
+        const __m256d mixLow = _mm256_add_pd(
+            _mm256_cvtps_pd(_mm256_castps256_ps128(fracB)),
+            _mm256_mul_pd(_mm256_sub_pd(one, _mm256_cvtps_pd(_mm256_castps256_ps128(frac))),
+                          _mm256_cvtps_pd(_mm256_castps256_ps128(a))));
+        const __m256d mixHigh = _mm256_add_pd(
+            _mm256_cvtps_pd(_mm256_extractf128_ps(fracB, 1)),
+            _mm256_mul_pd(_mm256_sub_pd(one, _mm256_cvtps_pd(_mm256_extractf128_ps(frac, 1))),
+                          _mm256_cvtps_pd(_mm256_extractf128_ps(a, 1))));
+        const __m256 wet = _mm256_set_m128(_mm256_cvtpd_ps(mixHigh), _mm256_cvtpd_ps(mixLow));
+        if constexpr (!kEffect.writesBeforeReading) {
+            if constexpr (kEffect.feedsBack) {
+                _mm256_storeu_ps(data + w,
+                                 _mm256_add_ps(_mm256_mul_ps(_mm256_set1_ps(feedback), wet), x));
+            } else {
+                _mm256_storeu_ps(data + w, x);
+            }
+        }
+        if constexpr (kEffect.keepsDry) {
+            _mm256_storeu_ps(channel.output + frame,
+                             _mm256_add_ps(_mm256_mul_ps(wet, _mm256_set1_ps(wetGain)), x));
+        } else {
+            _mm256_storeu_ps(channel.output + frame, wet);
+        }
+        return true;
+    }
+#endif
+
+    // Four frames of a channel from frame on, at w: in one step where it can, else one by one.
+    template <Effect kEffect>
+    [[gnu::always_inline]] static void runFourOrSingle(const Channel& channel, unsigned int frame,
+                                                       int w, const float* swings, float wetGain,
+                                                       float feedback) {
+        if (runFourFrames<kEffect>(channel, frame, w, swings, wetGain, feedback)) return;
+        for (unsigned int k = 0; k < 4; ++k) {
+            runFrame<kEffect>(channel, frame + k, stepped(w, k), swings[k], wetGain, feedback);
+        }
+    }
+
+    // Eight frames of a channel from frame on, at w: in one step where it can, else as two runs
+    // of four.
+    template <Effect kEffect>
+    [[gnu::always_inline]] static void runEightOrFour(const Channel& channel, unsigned int frame,
+                                                      int w, const float* swings, float wetGain,
+                                                      float feedback) {
+#if defined(__x86_64__)
+        if (runEightFrames<kEffect>(channel, frame, w, swings, wetGain, feedback)) return;
+#endif
+        runFourOrSingle<kEffect>(channel, frame, w, swings, wetGain, feedback);
+        runFourOrSingle<kEffect>(channel, frame + 4, stepped(w, 4), swings + 4, wetGain, feedback);
+    }
+
     // Whether lanes reading `behind` slots behind their own slot (and the slot after that) see
     // only what single steps would. Reading before writing, a lane must not reach the slot of
     // an earlier lane of the four: 1 to 4 behind. Writing first, it must not reach the slot of
@@ -310,15 +451,37 @@ class ModulatedDelayLine {
         return w + steps >= kLineLength ? w + steps - kLineLength : w + steps;
     }
 
+    // renderLines in the widest of the lanes asked for that this build has.
+    template <Effect kEffect, unsigned int kChannels>
+    static void renderHoisted(const Block& block, Lanes lanes) {
+#if defined(__x86_64__)
+        if (lanes == Lanes::kEight) return renderEightLanes<kEffect, kChannels>(block);
+#else
+        (void)lanes;
+#endif
+        renderLines<kEffect, kChannels, Lanes::kFour>(block);
+    }
+
+#if defined(__x86_64__)
+    // renderLines compiled for AVX2, everything it calls compiled into it. Only for processors
+    // that have AVX2 (widestLanes).
+    template <Effect kEffect, unsigned int kChannels>
+    [[gnu::target("avx2"), gnu::flatten]] static void renderEightLanes(const Block& block) {
+        renderLines<kEffect, kChannels, Lanes::kEight>(block);
+    }
+#endif
+
     // kChannels channels of kLineLength-sample lines sharing one write pointer, held in locals
     // for the whole block. The block is run in chunks of kChunk frames: first the chunk's
-    // oscillator steps (in the block's order, frame by frame and channel by channel, each with
-    // its own load of sweepWidth), then the chunk's line work, which calls nothing and so
-    // overlaps from sample to sample, four frames of a channel at a time where it can.
-    // Oscillators and lines never touch each other, and each channel's line work touches only
-    // its own line and samples, so neither split changes a value.
-    template <Effect kEffect, unsigned int kChannels>
-    static void renderHoisted(const Block& block) {
+    // oscillator steps, then the chunk's line work, which calls nothing and so overlaps from
+    // sample to sample, kLanes frames of a channel at a time where it can. The oscillator steps
+    // are each oscillator's block of steps (processBlock, which loads its parameters at every
+    // step as process does), then the swings, frame by frame and channel by channel, each with
+    // its own load of sweepWidth. Oscillators and lines never touch each other, each oscillator
+    // only its own state, and each channel's line work touches only its own line and samples,
+    // so none of these splits changes a value.
+    template <Effect kEffect, unsigned int kChannels, Lanes kLanes>
+    static void renderLines(const Block& block) {
         constexpr unsigned int kChunk = 64;
         constexpr unsigned int kOscillators = kEffect.oscillatorPerChannel ? kChannels : 1;
         const unsigned int frames = block.input.getNumberOfFrames();
@@ -337,25 +500,33 @@ class ModulatedDelayLine {
         int w = block.lines[0].getWritePointer();
         for (unsigned int start = 0; start < frames; start += kChunk) {
             const unsigned int count = frames - start < kChunk ? frames - start : kChunk;
+            for (unsigned int o = 0; o < kOscillators; ++o) {
+                block.oscillators[o].processBlock(oscillatorRate, swings[o], count);
+            }
             for (unsigned int i = 0; i < count; ++i) {
 #pragma GCC unroll 2
                 for (unsigned int o = 0; o < kOscillators; ++o) {
-                    swings[o][i] = swingOf(block, block.oscillators[o], oscillatorRate, rateF);
+                    swings[o][i] = swingOf(block, swings[o][i], rateF);
                 }
             }
             unsigned int i = 0;
+            if constexpr (kLanes == Lanes::kEight) {
+                for (; i + 8 <= count; i += 8) {
+#pragma GCC unroll 2
+                    for (unsigned int c = 0; c < kChannels; ++c) {
+                        runEightOrFour<kEffect>(channels[c], start + i, w,
+                                                swings[kEffect.oscillatorPerChannel ? c : 0] + i,
+                                                wetGain, feedback);
+                    }
+                    w = stepped(w, 8);
+                }
+            }
             for (; i + 4 <= count; i += 4) {
 #pragma GCC unroll 2
                 for (unsigned int c = 0; c < kChannels; ++c) {
-                    const float* swing = swings[kEffect.oscillatorPerChannel ? c : 0] + i;
-                    if (runFourFrames<kEffect>(channels[c], start + i, w, swing, wetGain,
-                                               feedback)) {
-                        continue;
-                    }
-                    for (unsigned int k = 0; k < 4; ++k) {
-                        runFrame<kEffect>(channels[c], start + i + k, stepped(w, k), swing[k],
-                                          wetGain, feedback);
-                    }
+                    runFourOrSingle<kEffect>(channels[c], start + i, w,
+                                             swings[kEffect.oscillatorPerChannel ? c : 0] + i,
+                                             wetGain, feedback);
                 }
                 w = stepped(w, 4);
             }
