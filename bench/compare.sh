@@ -7,9 +7,8 @@
 #    unmeasured warm-up first), all commands taking turns so that changes in the machine's load
 #    fall on all of them alike; the table shows medians of cpu time (user + sys of the process).
 #    The real-time factor is the audio's 300 s divided by that cpu time. ostrana-fx runs with
-#    --block 4096 (32 KiB reads and writes; FFmpeg and SoX read 32 KiB at a time); its own
-#    default block of 512 frames makes 4 KiB reads and writes, and so eight times the system
-#    calls: those runs are shown in a column of their own.
+#    its default block of 512 frames unless --block says otherwise (it reads and writes the
+#    files in chunks of whole blocks of at least 8192 frames, whatever the block).
 # 2. In process: node_benchmarks (Google Benchmark), cpu time per channel-sample of each node's
 #    process at 32, 256 and 4096-frame stereo blocks, beside a bare loop of sinf calls; medians of
 #    --reps repetitions.
@@ -22,7 +21,7 @@
 #                         [--bin DIR]
 #   --runs N        measured runs of each command (default 7, at least 5)
 #   --reps N        repetitions of each in-process benchmark (default 5)
-#   --block FRAMES  ostrana-fx's block size for the comparison (default 4096)
+#   --block FRAMES  ostrana-fx's block size for the comparison (default 512, its own default)
 #   --no-build      use the programs already built
 #   --no-micro      skip the in-process benchmarks
 #   --bin DIR       where ostrana-fx and node_benchmarks are (default build/bin)
@@ -31,7 +30,7 @@ cd "$(dirname "$0")/.."
 
 runs=7
 reps=5
-block=4096
+block=512
 build=1
 micro=1
 bin=build/bin
@@ -89,8 +88,6 @@ soxFlanger=(flanger 0 5 60 80 0.4 sine 25 lin)
 ours() {
     "$bin/ostrana-fx" render "$noise" "$out/ours.wav" --quiet --block "$block" --node "$@"
 }
-# ostrana-fx with its default block size.
-oursDefault() { "$bin/ostrana-fx" render "$noise" "$out/ours.wav" --quiet --node "$@"; }
 ffmpegRender() {
     ffmpeg -nostdin -hide_banner -loglevel error -y -i "$noise" "$@" -c:a pcm_f32le \
         "$out/ffmpeg.wav"
@@ -105,12 +102,6 @@ runCommand() {
         ours-chorus) ours AudioEffects.Chorus ;;
         ours-flanger) ours AudioEffects.Flanger ;;
         ours-vibrato) ours AudioEffects.Vibrato ;;
-        default-none) oursDefault AudioEffects.Delay --set enabled=false ;;
-        default-delay) oursDefault AudioEffects.Delay ;;
-        default-pingpong) oursDefault AudioEffects.PingPongDelay ;;
-        default-chorus) oursDefault AudioEffects.Chorus ;;
-        default-flanger) oursDefault AudioEffects.Flanger ;;
-        default-vibrato) oursDefault AudioEffects.Vibrato ;;
         ffmpeg-none) ffmpegRender ;;
         ffmpeg-delay) ffmpegRender -af "$ffmpegAecho" ;;
         ffmpeg-chorus) ffmpegRender -af "$ffmpegChorus" ;;
@@ -124,8 +115,7 @@ runCommand() {
 }
 commands=(ours-none ours-delay ours-pingpong ours-chorus ours-flanger ours-vibrato
     ffmpeg-none ffmpeg-delay ffmpeg-chorus ffmpeg-flanger ffmpeg-vibrato
-    sox-none sox-delay sox-chorus sox-flanger
-    default-none default-delay default-pingpong default-chorus default-flanger default-vibrato)
+    sox-none sox-delay sox-chorus sox-flanger)
 
 declare -A cpuTimes=()
 stderrFile=$out/stderr.txt
@@ -180,9 +170,8 @@ own() { calc 'sprintf("%.1f", (c - n) * 1e9 / k)' "c=$1" "n=$2" "k=$channelSampl
 printf '\n'
 printf '| effect | ours cpu s | FFmpeg cpu s | ours/FFmpeg | SoX cpu s | ours/SoX '
 printf '| real-time factor ours / FFmpeg / SoX '
-printf '| own cost ns per channel-sample ours / FFmpeg / SoX '
-printf '| ours, block 512: cpu s, /FFmpeg, /SoX |\n'
-printf '|---|---:|---:|---:|---:|---:|---:|---:|---:|\n'
+printf '| own cost ns per channel-sample ours / FFmpeg / SoX |\n'
+printf '|---|---:|---:|---:|---:|---:|---:|---:|\n'
 for effect in none delay pingpong chorus flanger vibrato; do
     o=${med[ours-$effect]}
     f=${med[ffmpeg-$effect]:-}
@@ -193,22 +182,17 @@ for effect in none delay pingpong chorus flanger vibrato; do
         delay) name="delay (aecho, echo)" ;;
         pingpong) name="ping-pong delay ($(ratio "$o" "${med[ours-delay]}") x our delay)" ;;
     esac
-    d=${med[default-$effect]}
-    fRatio=-; sRatio=-; fRtf=-; sRtf=-; fOwn=-; sOwn=-; oOwn=-; dfRatio=-; dsRatio=-
-    if [ -n "$f" ]; then
-        fRatio=$(ratio "$o" "$f"); fRtf=$(rtf "$f"); dfRatio=$(ratio "$d" "$f")
-    fi
-    if [ -n "$s" ]; then
-        sRatio=$(ratio "$o" "$s"); sRtf=$(rtf "$s"); dsRatio=$(ratio "$d" "$s")
-    fi
+    fRatio=-; sRatio=-; fRtf=-; sRtf=-; fOwn=-; sOwn=-; oOwn=-
+    if [ -n "$f" ]; then fRatio=$(ratio "$o" "$f"); fRtf=$(rtf "$f"); fi
+    if [ -n "$s" ]; then sRatio=$(ratio "$o" "$s"); sRtf=$(rtf "$s"); fi
     if [ "$effect" != none ]; then
         oOwn=$(own "$o" "${med[ours-none]}")
         if [ -n "$f" ]; then fOwn=$(own "$f" "${med[ffmpeg-none]}"); fi
         if [ -n "$s" ]; then sOwn=$(own "$s" "${med[sox-none]}"); fi
     fi
-    printf '| %s | %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s | %s, %s, %s |\n' \
+    printf '| %s | %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s |\n' \
         "$name" "$o" "${f:--}" "$fRatio" "${s:--}" "$sRatio" "$(rtf "$o")" "$fRtf" "$sRtf" \
-        "$oOwn" "$fOwn" "$sOwn" "$d" "$dfRatio" "$dsRatio"
+        "$oOwn" "$fOwn" "$sOwn"
 done
 
 verdicts=()

@@ -1,5 +1,6 @@
 #include "Renderer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <vector>
 
@@ -34,22 +35,41 @@ void Renderer::interleaveOutput(float* interleaved, std::size_t frames) const {
     }
 }
 
+std::size_t Renderer::fillChunk(float* interleaved, std::size_t maxFrames) {
+    std::size_t filled = 0;
+    while (filled < maxFrames) {
+        const std::size_t frames =
+            source_.readFrames(interleaved + filled * channels_, maxFrames - filled);
+        if (frames == 0) break;
+        filled += frames;
+    }
+    return filled;
+}
+
 RenderStatistics Renderer::run() {
-    const std::size_t blockSamples = static_cast<std::size_t>(blockFrames_) * channels_;
-    std::vector<float> inputBlock(blockSamples);
-    std::vector<float> outputBlock(blockSamples);
+    // Files are read and written in chunks of whole blocks of at least kChunkFrames frames, so
+    // that small blocks do not mean small reads and writes; the nodes still get every block
+    // exactly as --block sets it.
+    const std::size_t blocksPerChunk = std::max<std::size_t>(1, kChunkFrames / blockFrames_);
+    const std::size_t chunkFrames = blocksPerChunk * blockFrames_;
+    std::vector<float> inputChunk(chunkFrames * channels_);
+    std::vector<float> outputChunk(chunkFrames * channels_);
     RenderStatistics statistics;
     const auto start = std::chrono::steady_clock::now();
     for (;;) {
-        const std::size_t frames = source_.readFrames(inputBlock.data(), blockFrames_);
-        if (frames == 0) break;
-        deinterleaveInput(inputBlock.data(), frames);
-        chain_.processBlock();
-        interleaveOutput(outputBlock.data(), frames);
-        if (levelMeter_ != nullptr) levelMeter_->observe(outputBlock.data(), frames, channels_);
-        writer_.writeFrames(outputBlock.data(), frames);
-        statistics.frames += frames;
+        const std::size_t chunk = fillChunk(inputChunk.data(), chunkFrames);
+        if (chunk == 0) break;
+        for (std::size_t first = 0; first < chunk; first += blockFrames_) {
+            const std::size_t frames = std::min<std::size_t>(blockFrames_, chunk - first);
+            deinterleaveInput(inputChunk.data() + first * channels_, frames);
+            chain_.processBlock();
+            interleaveOutput(outputChunk.data() + first * channels_, frames);
+        }
+        if (levelMeter_ != nullptr) levelMeter_->observe(outputChunk.data(), chunk, channels_);
+        writer_.writeFrames(outputChunk.data(), chunk);
+        statistics.frames += chunk;
         if (progressBar_ != nullptr) progressBar_->update(statistics.frames);
+        if (chunk < chunkFrames) break;
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     statistics.wallSeconds = elapsed.count();

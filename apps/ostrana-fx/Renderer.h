@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "LevelMeter.h"
@@ -36,6 +37,11 @@ class Renderer {
     RenderStatistics run();
 
   private:
+    // Frames read and written at a time, at the least (rounded up to whole blocks).
+    static constexpr std::size_t kChunkFrames = 8192;
+
+    // Reads until maxFrames frames are in or the source ends; returns how many.
+    std::size_t fillChunk(float* interleaved, std::size_t maxFrames);
     void deinterleaveInput(const float* interleaved, std::size_t frames);
     void interleaveOutput(float* interleaved, std::size_t frames) const;
 
