@@ -16,7 +16,7 @@ namespace ostrana::audio {
 //
 // The ring owns its storage and can be moved (a vector of rings may grow) but not copied.
 class CircularBuffer {
-public:
+  public:
     // A ring of size zero-filled samples. size must be positive: anything else throws
     // std::invalid_argument, since a ring of no samples cannot wrap.
     explicit CircularBuffer(int size);
@@ -51,8 +51,8 @@ public:
         const std::int64_t index = static_cast<int>(floored);
         const float a = data_[slot(wrap(index))];
         const float b = data_[slot(wrap(index + 1))];
-        const double mixed =
-            static_cast<double>(frac * b) + (1.0 - static_cast<double>(frac)) * static_cast<double>(a);
+        const double mixed = static_cast<double>(frac * b) +
+                             (1.0 - static_cast<double>(frac)) * static_cast<double>(a);
         return static_cast<float>(mixed);
     }
 
@@ -82,7 +82,7 @@ public:
         return static_cast<int>((position + size_) % size_);
     }
 
-private:
+  private:
     // An index into the storage: the pointer itself when it lies in the ring, otherwise its
     // floor remainder, so that no access ever leaves the storage.
     int slot(int index) const {

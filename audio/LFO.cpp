@@ -2,7 +2,9 @@
 
 namespace ostrana::audio {
 
-LFO::LFO(const LFO& other) { *this = other; }
+LFO::LFO(const LFO& other) {
+    *this = other;
+}
 
 LFO& LFO::operator=(const LFO& other) {
     frequency_.store(other.getFrequency());
