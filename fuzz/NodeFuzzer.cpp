@@ -28,6 +28,7 @@
 
 #include "extension/AudioEffectsNodeFactory.h"
 #include "fuzz/ByteReader.h"
+#include "fuzz/FuzzSupport.h"
 #include "host/AudioBus.h"
 #include "host/AudioBusFormat.h"
 #include "host/AudioBusList.h"
@@ -76,14 +77,11 @@ constexpr NodeType kNodeTypes[] = {
 };
 
 void require(bool condition, const char* what) {
-    if (condition) return;
-    std::fprintf(stderr, "node fuzzer: invariant broken: %s\n", what);
-    std::abort();
+    ostrana::fuzz::requireInvariant(condition, "node fuzzer", what);
 }
 
 AudioEffectsNodeFactory& factory() {
-    static AudioEffectsNodeFactory instance;
-    return instance;
+    return ostrana::fuzz::nodeFactory();
 }
 
 // Mostly the values where things break, sometimes a plain gain, sometimes any float at all.

@@ -30,6 +30,7 @@
 
 #include "extension/AudioEffectsNodeFactory.h"
 #include "fuzz/ByteReader.h"
+#include "fuzz/FuzzSupport.h"
 #include "host/AudioBus.h"
 #include "host/AudioBusFormat.h"
 #include "host/AudioBusList.h"
@@ -65,14 +66,11 @@ constexpr unsigned int kBlockFrames = 64;
 const char* const kPropertyNames[] = {"enabled", "delayMs", "dryMix", "wetMix", "feedbackLevel"};
 
 void require(bool condition, const char* what) {
-    if (condition) return;
-    std::fprintf(stderr, "property fuzzer: invariant broken: %s\n", what);
-    std::abort();
+    ostrana::fuzz::requireInvariant(condition, "property fuzzer", what);
 }
 
 AudioEffectsNodeFactory& factory() {
-    static AudioEffectsNodeFactory instance;
-    return instance;
+    return ostrana::fuzz::nodeFactory();
 }
 
 const std::vector<NodeTypeInfo>& nodeTypes() {
