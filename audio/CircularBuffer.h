@@ -51,9 +51,14 @@ class CircularBuffer {
         const std::int64_t index = static_cast<int>(floored);
         const float a = data_[slot(wrap(index))];
         const float b = data_[slot(wrap(index + 1))];
-        const double mixed = static_cast<double>(frac * b) +
-                             (1.0 - static_cast<double>(frac)) * static_cast<double>(a);
-        return static_cast<float>(mixed);
+        return mix(a, b, frac);
+    }
+
+    // The interpolation's mix of neighbours a and b at fraction frac:
+    // (double)(frac * b) + (1.0 - frac) * a in double precision, rounded once to float.
+    static float mix(float a, float b, float frac) {
+        return static_cast<float>(static_cast<double>(frac * b) +
+                                  (1.0 - static_cast<double>(frac)) * static_cast<double>(a));
     }
 
     // Zeroes every sample and puts both pointers at 0.

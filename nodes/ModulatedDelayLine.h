@@ -130,12 +130,9 @@ class ModulatedDelayLine {
             return Tap{index, nextIndex, wrapped - static_cast<float>(index), true};
         }
 
-        // The ring's mix: (double)(frac * b) + (1 - frac) * a in double, rounded once.
+        // The ring's interpolation between the tap's two slots.
         [[gnu::always_inline]] float mix(const float* data) const {
-            const float a = data[index];
-            const float b = data[nextIndex];
-            return static_cast<float>(static_cast<double>(frac * b) +
-                                      (1.0 - static_cast<double>(frac)) * static_cast<double>(a));
+            return audio::CircularBuffer::mix(data[index], data[nextIndex], frac);
         }
     };
 
