@@ -9,15 +9,15 @@
 #include <memory>
 #include <random>
 
-#include "host/AudioBus.h"
-#include "host/AudioBusFormat.h"
-#include "host/SingleBusAudioProcessorNode.h"
-#include "host/XVAnyMap.h"
-#include "nodes/ChorusNode.h"
-#include "nodes/DelayNode.h"
-#include "nodes/FlangerNode.h"
-#include "nodes/PingPongDelayNode.h"
-#include "nodes/VibratoNode.h"
+#include <ostrana/audioeffects/ChorusNode.h>
+#include <ostrana/audioeffects/DelayNode.h>
+#include <ostrana/audioeffects/FlangerNode.h>
+#include <ostrana/audioeffects/PingPongDelayNode.h>
+#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/sdk/AudioBus.h>
+#include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+#include <ostrana/sdk/XVAnyMap.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "fuzz/ByteReader.h"
+#include "ByteReader.h"
 
 #include <cstring>
 

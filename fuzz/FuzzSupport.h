@@ -1,6 +1,6 @@
 #pragma once
 
-#include "extension/AudioEffectsNodeFactory.h"
+#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
 
 namespace ostrana::fuzz {
 

@@ -26,20 +26,21 @@
 #include <memory>
 #include <string>
 
-#include "extension/AudioEffectsNodeFactory.h"
-#include "fuzz/ByteReader.h"
-#include "fuzz/FuzzSupport.h"
-#include "host/AudioBus.h"
-#include "host/AudioBusFormat.h"
-#include "host/AudioBusList.h"
-#include "host/Node.h"
-#include "host/SingleBusAudioProcessorNode.h"
-#include "host/XVAnyMap.h"
-#include "nodes/ChorusNode.h"
-#include "nodes/DelayNode.h"
-#include "nodes/FlangerNode.h"
-#include "nodes/PingPongDelayNode.h"
-#include "nodes/VibratoNode.h"
+#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
+#include <ostrana/audioeffects/ChorusNode.h>
+#include <ostrana/audioeffects/DelayNode.h>
+#include <ostrana/audioeffects/FlangerNode.h>
+#include <ostrana/audioeffects/PingPongDelayNode.h>
+#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/sdk/AudioBus.h>
+#include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/AudioBusList.h>
+#include <ostrana/sdk/Node.h>
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+#include <ostrana/sdk/XVAnyMap.h>
+
+#include "ByteReader.h"
+#include "FuzzSupport.h"
 
 namespace {
 

@@ -28,19 +28,20 @@
 #include <string>
 #include <vector>
 
-#include "extension/AudioEffectsNodeFactory.h"
-#include "fuzz/ByteReader.h"
-#include "fuzz/FuzzSupport.h"
-#include "host/AudioBus.h"
-#include "host/AudioBusFormat.h"
-#include "host/AudioBusList.h"
-#include "host/Node.h"
-#include "host/NodeTypeInfo.h"
-#include "host/Result.h"
-#include "host/XVAny.h"
-#include "host/XVAnyConversionError.h"
-#include "host/XVAnyMap.h"
-#include "nodes/PingPongDelayNode.h"
+#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
+#include <ostrana/audioeffects/PingPongDelayNode.h>
+#include <ostrana/sdk/AudioBus.h>
+#include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/AudioBusList.h>
+#include <ostrana/sdk/Node.h>
+#include <ostrana/sdk/NodeTypeInfo.h>
+#include <ostrana/sdk/Result.h>
+#include <ostrana/sdk/XVAny.h>
+#include <ostrana/sdk/XVAnyConversionError.h>
+#include <ostrana/sdk/XVAnyMap.h>
+
+#include "ByteReader.h"
+#include "FuzzSupport.h"
 
 namespace {
 

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+
+#include <ostrana/sdk/AudioBus.h>
+#include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/NodeTypeInfo.h>
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+#include <ostrana/sdk/XVAnyMap.h>
+
+namespace ostrana::extensions::audioeffects {
+
+// A stereo feedback delay whose two rings feed each other: the left ring takes the left input
+// plus the right ring's delayed signal, the right ring the right input plus what the left ring
+// holds in the same frame. The delay is the length of the rings.
+//
+// Its five parameters are host properties ("enabled", "delayMs", "dryMix", "wetMix",
+// "feedbackLevel") as well as accessors; they may be set from any thread while the audio
+// thread processes, and process reads them once per block.
+class PingPongDelayNode : public SingleBusAudioProcessorNode {
+  public:
+    struct Internals;
+
+    // The configuration is not read.
+    explicit PingPongDelayNode(const XVAnyMap& configuration);
+    ~PingPongDelayNode() override;
+
+    using SingleBusAudioProcessorNode::process;
+
+    bool getIsEnabled() const;
+    void setIsEnabled(bool isEnabled);
+    float getDryMix() const;
+    void setDryMix(float dryMix);
+    float getWetMix() const;
+    void setWetMix(float wetMix);
+    unsigned int getDelayMs() const;
+    void setDelayMs(unsigned int delayMs);
+    float getFeedbackLevel() const;
+    void setFeedbackLevel(float feedbackLevel);
+
+    // Accepts a format that matches and carries exactly two channels.
+    bool setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) override;
+    // Copies the input to the output, then, when enabled with a non-zero delay, replaces the
+    // output with the ping-pong echo mix. Always returns true.
+    bool process(AudioBus& inBus, AudioBus& outBus) override;
+
+    // A new descriptor of this node type, with the schemas of its five properties.
+    static NodeTypeInfo getNodeTypeInfo();
+
+  private:
+    std::unique_ptr<Internals> internals_;
+};
+
+}  // namespace ostrana::extensions::audioeffects

@@ -1,0 +1,220 @@
+#include <atomic>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include <ostrana/audio/CircularBuffer.h>
+#include <ostrana/audioeffects/DelayNode.h>
+
+#include "descriptors/EffectNodeTypeInfo.h"
+
+namespace ostrana::extensions::audioeffects {
+
+namespace {
+
+// Every line holds one second at 48 kHz, whatever the sample rate.
+constexpr int kLineLength = 48000;
+
+static_assert(std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<float>::is_always_lock_free);
+static_assert(std::atomic<unsigned int>::is_always_lock_free);
+
+// One channel's working state during a block: the line's storage and pointers, and the
+// channel's input and output samples. Copied out of the line before the block and back after,
+// so that the inner loop runs on plain values.
+struct LineCursor {
+    float* data = nullptr;
+    const float* input = nullptr;
+    float* output = nullptr;
+    int read = 0;
+    int write = 0;
+};
+
+// The delay in samples, trunc(delayMs * (sampleRate / 1000.0)), limited to the line's length
+// so that the read pointer always lands inside the line.
+int delayInSamples(unsigned int delayMs, unsigned int sampleRate) {
+    const double samples =
+        static_cast<double>(delayMs) * (static_cast<double>(sampleRate) / 1000.0);
+    return samples >= kLineLength ? kLineLength : static_cast<int>(samples);
+}
+
+// One step along the line for a position already inside it: the same as
+// (position + 1 + length) rem length.
+inline int advance(int position) {
+    const int next = position + 1;
+    return next == kLineLength ? 0 : next;
+}
+
+}  // namespace
+
+struct DelayNode::Internals {
+    explicit Internals(unsigned int channelCount) : numberOfChannels(channelCount) {
+        for (unsigned int channel = 0; channel < numberOfChannels; ++channel) {
+            delayLines.emplace_back(kLineLength);
+        }
+        cursors.resize(numberOfChannels);
+    }
+
+    unsigned int numberOfChannels;
+    std::atomic<bool> isEnabled{true};
+    std::atomic<float> dryMix{0.7f};
+    std::atomic<float> wetMix{0.3f};
+    std::atomic<unsigned int> delayMs{200};
+    std::atomic<float> feedbackLevel{0.2f};
+    unsigned int lastDelayMs = 0;
+    unsigned int lastSampleRate = 0;
+    unsigned int lastNumberOfChannels = 0;
+    std::vector<audio::CircularBuffer> delayLines;
+    // Working state of each line during a block; sized once, here, so process never allocates.
+    std::vector<LineCursor> cursors;
+};
+
+namespace {
+
+using Internals = DelayNode::Internals;
+
+// One sample of one channel: read the delayed sample, write input plus feedback, advance
+// both pointers. The three gains are read afresh for every sample.
+inline void processSample(LineCursor& cursor, unsigned int frame, const Internals& state) {
+    const float x = cursor.input[frame];
+    const float delayed = cursor.data[cursor.read];
+    const float written = state.feedbackLevel.load(std::memory_order_relaxed) * delayed + x;
+    const float y = delayed * state.wetMix.load(std::memory_order_relaxed) +
+                    x * state.dryMix.load(std::memory_order_relaxed);
+    cursor.data[cursor.write] = written;
+    cursor.write = advance(cursor.write);
+    cursor.read = advance(cursor.read);
+    cursor.output[frame] = y;
+}
+
+// Frames outer, channels inner, for a channel count known at compile time: the channel loop
+// is unrolled and each cursor lives in registers for the whole block.
+template <unsigned int kChannels>
+void processFixedChannels(LineCursor* cursors, unsigned int frames, const Internals& state) {
+    const auto run = [&]<std::size_t... channel>(std::index_sequence<channel...>) {
+        LineCursor local[kChannels] = {cursors[channel]...};
+        for (unsigned int frame = 0; frame < frames; ++frame) {
+            (processSample(local[channel], frame, state), ...);
+        }
+        ((cursors[channel] = local[channel]), ...);
+    };
+    run(std::make_index_sequence<kChannels>{});
+}
+
+void processAnyChannels(LineCursor* cursors, unsigned int channels, unsigned int frames,
+                        const Internals& state) {
+    for (unsigned int frame = 0; frame < frames; ++frame) {
+        for (unsigned int channel = 0; channel < channels; ++channel) {
+            processSample(cursors[channel], frame, state);
+        }
+    }
+}
+
+void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
+                  unsigned int frames) {
+    LineCursor* cursors = state.cursors.data();
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        audio::CircularBuffer& line = state.delayLines[channel];
+        cursors[channel] = {line.getData(), inBus.buffer.getChannel(channel),
+                            outBus.buffer.getChannel(channel), line.getReadPointer(),
+                            line.getWritePointer()};
+    }
+    switch (channels) {
+        case 1:
+            processFixedChannels<1>(cursors, frames, state);
+            break;
+        case 2:
+            processFixedChannels<2>(cursors, frames, state);
+            break;
+        default:
+            processAnyChannels(cursors, channels, frames, state);
+            break;
+    }
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        audio::CircularBuffer& line = state.delayLines[channel];
+        line.setReadPointer(cursors[channel].read);
+        line.setWritePointer(cursors[channel].write);
+    }
+}
+
+}  // namespace
+
+DelayNode::DelayNode(unsigned int numberOfChannels)
+    : internals_(std::make_unique<Internals>(numberOfChannels)) {}
+
+DelayNode::~DelayNode() = default;
+
+bool DelayNode::getIsEnabled() {
+    return internals_->isEnabled.load();
+}
+void DelayNode::setIsEnabled(bool isEnabled) {
+    internals_->isEnabled.exchange(isEnabled);
+}
+float DelayNode::getDryMix() {
+    return internals_->dryMix.load();
+}
+void DelayNode::setDryMix(float dryMix) {
+    internals_->dryMix.exchange(dryMix);
+}
+float DelayNode::getWetMix() {
+    return internals_->wetMix.load();
+}
+void DelayNode::setWetMix(float wetMix) {
+    internals_->wetMix.exchange(wetMix);
+}
+unsigned int DelayNode::getDelayMs() {
+    return internals_->delayMs.load();
+}
+void DelayNode::setDelayMs(unsigned int delayMs) {
+    internals_->delayMs.exchange(delayMs);
+}
+float DelayNode::getFeedbackLevel() {
+    return internals_->feedbackLevel.load();
+}
+void DelayNode::setFeedbackLevel(float feedbackLevel) {
+    internals_->feedbackLevel.exchange(feedbackLevel);
+}
+
+bool DelayNode::setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) {
+    if (!AudioBusFormat::matchBusFormats(inputBusFormat, outputBusFormat)) return false;
+    return inputBusFormat.numberOfChannels <= internals_->numberOfChannels;
+}
+
+bool DelayNode::process(AudioBus& inBus, AudioBus& outBus) {
+    outBus.copyFrom(inBus);
+    Internals& state = *internals_;
+    if (!busesFit(inBus, outBus, state.numberOfChannels)) return true;
+
+    const unsigned int sampleRate = inBus.buffer.getSampleRate();
+    const unsigned int channels = inBus.buffer.getNumberOfChannels();
+    const unsigned int delayMs = state.delayMs.load(std::memory_order_relaxed);
+    if (!state.isEnabled.load(std::memory_order_relaxed) || delayMs == 0) return true;
+
+    // A new rate or channel count clears every line. A new channel count alone does not place
+    // the read pointers again, so they then coincide with the write pointers.
+    const bool rateChanged = sampleRate != state.lastSampleRate;
+    if (rateChanged || channels != state.lastNumberOfChannels) {
+        for (audio::CircularBuffer& line : state.delayLines) line.reset();
+        state.lastSampleRate = sampleRate;
+        state.lastNumberOfChannels = channels;
+    }
+    if (rateChanged || delayMs != state.lastDelayMs) {
+        const int delay = delayInSamples(delayMs, sampleRate);
+        for (audio::CircularBuffer& line : state.delayLines) {
+            line.setReadPointer(line.getWritePointer() - delay);
+        }
+        state.lastDelayMs = delayMs;
+    }
+
+    const unsigned int frames = inBus.buffer.getNumberOfFrames();
+    if (frames == 0 || channels == 0) return true;
+    processLines(state, inBus, outBus, channels, frames);
+    return true;
+}
+
+NodeTypeInfo DelayNode::getNodeTypeInfo() {
+    return makeEffectNodeTypeInfo("Delay", "Delay",
+                                  "Applies a delay effect to the input audio signal.");
+}
+
+}  // namespace ostrana::extensions::audioeffects

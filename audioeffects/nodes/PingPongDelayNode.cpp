@@ -1,0 +1,326 @@
+#include <atomic>
+#include <string>
+#include <utility>
+
+#include <ostrana/audioeffects/PingPongDelayNode.h>
+#include <ostrana/sdk/Result.h>
+#include <ostrana/sdk/SchemaConstants.h>
+#include <ostrana/sdk/XVAny.h>
+
+#include "descriptors/EffectNodeTypeInfo.h"
+
+namespace ostrana::extensions::audioeffects {
+
+namespace {
+
+// Each ring holds one second at 48 kHz, whatever the sample rate.
+constexpr unsigned int kRingLength = 48000;
+
+static_assert(std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<float>::is_always_lock_free);
+static_assert(std::atomic<unsigned int>::is_always_lock_free);
+
+// The ring length for a delay, trunc(delayMs * (sampleRate / 1000.0)), kept within
+// 1..kRingLength so that the index update never divides by zero and the indices stay inside
+// the rings.
+unsigned int ringLengthFor(unsigned int delayMs, unsigned int sampleRate) {
+    const double samples =
+        static_cast<double>(delayMs) * (static_cast<double>(sampleRate) / 1000.0);
+    if (samples < 1.0) return 1;
+    if (samples >= kRingLength) return kRingLength;
+    return static_cast<unsigned int>(samples);
+}
+
+// (index + 1) mod length. The remainder is needed only right after the rings were shortened,
+// when an index may still lie beyond the new length.
+inline unsigned int advance(unsigned int index, unsigned int length) {
+    const unsigned int next = index + 1;
+    if (next < length) return next;
+    return next == length ? 0 : next % length;
+}
+
+}  // namespace
+
+struct PingPongDelayNode::Internals {
+    Internals()
+        : leftDelayLine(std::make_unique<float[]>(kRingLength)),
+          rightDelayLine(std::make_unique<float[]>(kRingLength)) {}
+    ~Internals() {
+        leftDelayLine.reset();
+        rightDelayLine.reset();
+    }
+
+    unsigned int lastDelayMs = 0;
+    unsigned int delaySamples = 0;
+    unsigned int lastSampleRate = 0;
+    std::unique_ptr<float[]> leftDelayLine;
+    std::unique_ptr<float[]> rightDelayLine;
+    unsigned int readIndex = 0;
+    unsigned int writeIndex = 0;
+    std::atomic<bool> isEnabled{true};
+    std::atomic<unsigned int> delayMs{200};
+    std::atomic<float> dryMix{0.7f};
+    std::atomic<float> wetMix{0.3f};
+    std::atomic<float> feedbackLevel{0.2f};
+};
+
+namespace {
+
+using Internals = PingPongDelayNode::Internals;
+
+// The three gains of one block.
+struct Gains {
+    float dry;
+    float wet;
+    float feedback;
+};
+
+// Channel 0 of one frame: the left ring takes the input plus the right ring's delayed sample.
+inline void mixLeft(float* left, const float* right, unsigned int read, unsigned int write,
+                    const float* input, float* output, unsigned int frame, Gains gains) {
+    const float x = input[frame];
+    const float delayed = left[read];
+    const float crossed = right[read];
+    left[write] = crossed * gains.feedback + x;
+    output[frame] = x * gains.dry + delayed * gains.wet;
+}
+
+// Channel 1 and up of one frame: the right ring takes the input plus the left ring's slot,
+// which already holds what channel 0 wrote in this frame.
+inline void mixRight(const float* left, float* right, unsigned int read, unsigned int write,
+                     const float* input, float* output, unsigned int frame, Gains gains) {
+    const float x = input[frame];
+    const float delayed = right[read];
+    const float crossed = left[read];
+    right[write] = crossed * gains.feedback + x;
+    output[frame] = x * gains.dry + delayed * gains.wet;
+}
+
+// A block of 0, 1 or 2 channels, the indices kept in registers.
+template <unsigned int kChannels>
+void processFixedChannels(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int frames,
+                          Gains gains) {
+    float* const left = state.leftDelayLine.get();
+    float* const right = state.rightDelayLine.get();
+    const unsigned int length = state.delaySamples;
+    const float* const in0 = kChannels > 0 ? inBus.buffer.getChannel(0) : nullptr;
+    float* const out0 = kChannels > 0 ? outBus.buffer.getChannel(0) : nullptr;
+    const float* const in1 = kChannels > 1 ? inBus.buffer.getChannel(1) : nullptr;
+    float* const out1 = kChannels > 1 ? outBus.buffer.getChannel(1) : nullptr;
+    unsigned int read = state.readIndex;
+    unsigned int write = state.writeIndex;
+    for (unsigned int frame = 0; frame < frames; ++frame) {
+        if constexpr (kChannels > 0) mixLeft(left, right, read, write, in0, out0, frame, gains);
+        if constexpr (kChannels > 1) mixRight(left, right, read, write, in1, out1, frame, gains);
+        read = advance(read, length);
+        write = advance(write, length);
+    }
+    state.readIndex = read;
+    state.writeIndex = write;
+}
+
+// A block of three or more channels: every channel from 1 on feeds the right ring in turn.
+void processAnyChannels(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
+                        unsigned int frames, Gains gains) {
+    float* const left = state.leftDelayLine.get();
+    float* const right = state.rightDelayLine.get();
+    const unsigned int length = state.delaySamples;
+    unsigned int read = state.readIndex;
+    unsigned int write = state.writeIndex;
+    for (unsigned int frame = 0; frame < frames; ++frame) {
+        mixLeft(left, right, read, write, inBus.buffer.getChannel(0), outBus.buffer.getChannel(0),
+                frame, gains);
+        for (unsigned int channel = 1; channel < channels; ++channel) {
+            mixRight(left, right, read, write, inBus.buffer.getChannel(channel),
+                     outBus.buffer.getChannel(channel), frame, gains);
+        }
+        read = advance(read, length);
+        write = advance(write, length);
+    }
+    state.readIndex = read;
+    state.writeIndex = write;
+}
+
+void processFrames(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int frames,
+                   Gains gains) {
+    const unsigned int channels = inBus.buffer.getNumberOfChannels();
+    switch (channels) {
+        case 0:
+            processFixedChannels<0>(state, inBus, outBus, frames, gains);
+            break;
+        case 1:
+            processFixedChannels<1>(state, inBus, outBus, frames, gains);
+            break;
+        case 2:
+            processFixedChannels<2>(state, inBus, outBus, frames, gains);
+            break;
+        default:
+            processAnyChannels(state, inBus, outBus, channels, frames, gains);
+            break;
+    }
+}
+
+// Registers one property with its schema read back from the node's own descriptor.
+void bindProperty(PingPongDelayNode& node, const std::string& key, XVAny::Getter getter,
+                  XVAny::Setter setter) {
+    const XVAnyMap schema = PingPongDelayNode::getNodeTypeInfo().getProperty(key);
+    const XVAny getterValue(std::move(getter));
+    const XVAny setterValue(std::move(setter));
+    node.registerProperty(key, schema, getterValue, setterValue);
+}
+
+void bindProperties(PingPongDelayNode& node) {
+    PingPongDelayNode* self = &node;
+    bindProperty(
+        node, "enabled", [self] { return Result<XVAny>(XVAny(self->getIsEnabled())); },
+        [self](const XVAny& value) {
+            self->setIsEnabled(XVAny::convert<bool>(value));
+            return Result<void>();
+        });
+    bindProperty(
+        node, "delayMs", [self] { return Result<XVAny>(XVAny(self->getDelayMs())); },
+        [self](const XVAny& value) {
+            self->setDelayMs(XVAny::convert<unsigned int>(value));
+            return Result<void>();
+        });
+    bindProperty(
+        node, "dryMix", [self] { return Result<XVAny>(XVAny(self->getDryMix())); },
+        [self](const XVAny& value) {
+            self->setDryMix(XVAny::convert<float>(value));
+            return Result<void>();
+        });
+    bindProperty(
+        node, "wetMix", [self] { return Result<XVAny>(XVAny(self->getWetMix())); },
+        [self](const XVAny& value) {
+            self->setWetMix(XVAny::convert<float>(value));
+            return Result<void>();
+        });
+    bindProperty(
+        node, "feedbackLevel", [self] { return Result<XVAny>(XVAny(self->getFeedbackLevel())); },
+        [self](const XVAny& value) {
+            self->setFeedbackLevel(XVAny::convert<float>(value));
+            return Result<void>();
+        });
+}
+
+XVAnyMap enabledSchema() {
+    return XVAnyMap{
+        {PROPERTY_FIELD_DESCRIPTION, XVAny("Enable or disable the ping-pong delay effect.")},
+        {PROPERTY_FIELD_TYPE, XVAny(PROPERTY_TYPE_BOOLEAN)},
+        {PROPERTY_FIELD_READ_ONLY, XVAny(false)},
+        {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(true)},
+    };
+}
+
+// A writable numeric property with a default and bounds, all held as T.
+template <typename T>
+XVAnyMap rangedSchema(const char* description, const std::string& type, T defaultValue, T minValue,
+                      T maxValue) {
+    return XVAnyMap{
+        {PROPERTY_FIELD_DESCRIPTION, XVAny(description)},
+        {PROPERTY_FIELD_TYPE, XVAny(type)},
+        {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(defaultValue)},
+        {PROPERTY_FIELD_MIN_VALUE, XVAny(minValue)},
+        {PROPERTY_FIELD_MAX_VALUE, XVAny(maxValue)},
+        {PROPERTY_FIELD_READ_ONLY, XVAny(false)},
+    };
+}
+
+}  // namespace
+
+PingPongDelayNode::PingPongDelayNode(const XVAnyMap& configuration)
+    : internals_(std::make_unique<Internals>()) {
+    (void)configuration;
+    bindProperties(*this);
+}
+
+PingPongDelayNode::~PingPongDelayNode() = default;
+
+bool PingPongDelayNode::getIsEnabled() const {
+    return internals_->isEnabled.load();
+}
+void PingPongDelayNode::setIsEnabled(bool isEnabled) {
+    internals_->isEnabled.exchange(isEnabled);
+}
+float PingPongDelayNode::getDryMix() const {
+    return internals_->dryMix.load();
+}
+void PingPongDelayNode::setDryMix(float dryMix) {
+    internals_->dryMix.exchange(dryMix);
+}
+float PingPongDelayNode::getWetMix() const {
+    return internals_->wetMix.load();
+}
+void PingPongDelayNode::setWetMix(float wetMix) {
+    internals_->wetMix.exchange(wetMix);
+}
+unsigned int PingPongDelayNode::getDelayMs() const {
+    return internals_->delayMs.load();
+}
+void PingPongDelayNode::setDelayMs(unsigned int delayMs) {
+    internals_->delayMs.exchange(delayMs);
+}
+float PingPongDelayNode::getFeedbackLevel() const {
+    return internals_->feedbackLevel.load();
+}
+void PingPongDelayNode::setFeedbackLevel(float feedbackLevel) {
+    internals_->feedbackLevel.exchange(feedbackLevel);
+}
+
+bool PingPongDelayNode::setBusFormat(AudioBusFormat& inputBusFormat,
+                                     AudioBusFormat& outputBusFormat) {
+    const bool matched = AudioBusFormat::matchBusFormats(inputBusFormat, outputBusFormat);
+    return matched && inputBusFormat.numberOfChannels == 2;
+}
+
+bool PingPongDelayNode::process(AudioBus& inBus, AudioBus& outBus) {
+    outBus.copyFrom(inBus);
+    // The rings do not depend on the channel index: only the output's room limits the channels.
+    if (!busesFit(inBus, outBus, outBus.buffer.getNumberOfChannels())) return true;
+
+    Internals& state = *internals_;
+    const bool isEnabled = state.isEnabled.load(std::memory_order_relaxed);
+    const unsigned int delayMs = state.delayMs.load(std::memory_order_relaxed);
+    if (!isEnabled || delayMs == 0) return true;
+
+    const unsigned int frames = inBus.buffer.getNumberOfFrames();
+    const unsigned int sampleRate = inBus.buffer.getSampleRate();
+    // A new rate or delay changes the ring length only: contents and indices stay.
+    if (sampleRate != state.lastSampleRate || delayMs != state.lastDelayMs) {
+        state.delaySamples = ringLengthFor(delayMs, sampleRate);
+        state.lastSampleRate = sampleRate;
+        state.lastDelayMs = delayMs;
+    }
+    const Gains gains{state.dryMix.load(std::memory_order_relaxed),
+                      state.wetMix.load(std::memory_order_relaxed),
+                      state.feedbackLevel.load(std::memory_order_relaxed)};
+    if (frames == 0) return true;
+    processFrames(state, inBus, outBus, frames, gains);
+    return true;
+}
+
+NodeTypeInfo PingPongDelayNode::getNodeTypeInfo() {
+    NodeTypeInfo info =
+        makeEffectNodeTypeInfo("PingPongDelay", "Ping Pong Delay",
+                               "Applies a ping pong delay effect to the input audio signal.");
+    info.properties = XVAnyMap{
+        {"enabled", XVAny(enabledSchema())},
+        {"delayMs", XVAny(rangedSchema<int>("The delay time in milliseconds.", PROPERTY_TYPE_INT,
+                                            200, 1, 1000))},
+        {"dryMix",
+         XVAny(rangedSchema<float>(
+             "Level of the dry signal. 0 means no dry signal, 1 means maximum dry signal.",
+             PROPERTY_TYPE_FLOAT, 0.7f, 0.0f, 1.0f))},
+        {"wetMix",
+         XVAny(rangedSchema<float>(
+             "Level of the wet signal. 0 means no wet signal, 1 means maximum wet signal.",
+             PROPERTY_TYPE_FLOAT, 0.3f, 0.0f, 1.0f))},
+        {"feedbackLevel",
+         XVAny(rangedSchema<float>(
+             "The feedback level of the delay. 0 means no feedback, 1 means maximum feedback.",
+             PROPERTY_TYPE_FLOAT, 0.2f, 0.0f, 0.99f))},
+    };
+    return info;
+}
+
+}  // namespace ostrana::extensions::audioeffects

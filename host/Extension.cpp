@@ -1,9 +1,0 @@
-#include "host/Extension.h"
-
-namespace ostrana {
-
-Extension::Extension() : OstranaObject("extension") {}
-
-Extension::~Extension() = default;
-
-}  // namespace ostrana

@@ -1,0 +1,45 @@
+#include "NodeCatalog.h"
+
+#include <utility>
+
+#include <ostrana/sdk/ExtensionManager.h>
+#include <ostrana/sdk/XVAnyMap.h>
+
+#include "CommandError.h"
+
+namespace ostrana::fx {
+
+std::vector<std::string> NodeCatalog::typeNames() {
+    return ExtensionManager::getInstance().getNodeTypeNames();
+}
+
+std::string NodeCatalog::describeTypeNames() {
+    std::string names;
+    for (const std::string& name : typeNames()) names += (names.empty() ? "" : ", ") + name;
+    return names.empty() ? "none" : names;
+}
+
+std::string NodeCatalog::unknownTypeMessage(const std::string& type, const std::string& where) {
+    return where + ": unknown node type '" + type + "'; known types: " + describeTypeNames();
+}
+
+NodeTypeInfo NodeCatalog::findType(const std::string& type, const std::string& where) {
+    Result<NodeTypeInfo> found = ExtensionManager::getInstance().findNodeType(type);
+    if (!found.isOk()) throw CommandError::usage(unknownTypeMessage(type, where));
+    return std::move(found).value();
+}
+
+std::unique_ptr<Node> NodeCatalog::createNode(const std::string& type, const std::string& where) {
+    ExtensionManager& manager = ExtensionManager::getInstance();
+    if (!manager.findNodeType(type).isOk()) {
+        throw CommandError::usage(unknownTypeMessage(type, where));
+    }
+    Result<std::unique_ptr<Node>> created = manager.createNode(type, XVAnyMap());
+    if (!created.isOk()) {
+        throw CommandError::failure(where + ": cannot create a node of type '" + type +
+                                    "': " + created.errorMessage());
+    }
+    return std::move(created).value();
+}
+
+}  // namespace ostrana::fx

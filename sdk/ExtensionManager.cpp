@@ -1,0 +1,89 @@
+#include <dlfcn.h>
+
+#include <utility>
+
+#include <ostrana/sdk/ExtensionManager.h>
+
+namespace ostrana {
+
+ExtensionManager::ExtensionManager() = default;
+
+ExtensionManager::~ExtensionManager() = default;
+
+ExtensionManager& ExtensionManager::getInstance() {
+    static ExtensionManager instance;
+    return instance;
+}
+
+Result<void> ExtensionManager::registerExtension(std::shared_ptr<Extension> extension) {
+    if (!extension) return Result<void>::failure("[ExtensionManager] Cannot register no extension");
+    RegistrationObserver observer;
+    {
+        std::lock_guard lock(mutex_);
+        extensions_.push_back(extension);
+        observer = observer_;
+    }
+    if (observer) observer(extension);
+    return {};
+}
+
+std::vector<std::shared_ptr<Extension>> ExtensionManager::getExtensions() const {
+    std::lock_guard lock(mutex_);
+    return extensions_;
+}
+
+std::shared_ptr<Extension> ExtensionManager::findExtension(const std::string& name) const {
+    for (const std::shared_ptr<Extension>& extension : getExtensions()) {
+        if (extension->getName() == name) return extension;
+    }
+    return nullptr;
+}
+
+void ExtensionManager::setRegistrationObserver(RegistrationObserver observer) {
+    std::lock_guard lock(mutex_);
+    observer_ = std::move(observer);
+}
+
+Result<void> ExtensionManager::loadLibrary(const std::string& path) {
+    if (dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL) != nullptr) return {};
+    const char* message = dlerror();
+    return Result<void>::failure("[ExtensionManager] Cannot load extension library '" + path +
+                                 "': " + (message != nullptr ? message : "unknown error"));
+}
+
+std::vector<std::string> ExtensionManager::getNodeTypeNames() const {
+    std::vector<std::string> names;
+    for (const std::shared_ptr<Extension>& extension : getExtensions()) {
+        for (const NodeTypeInfo& info : extension->getNodeFactory()->getNodeTypes()) {
+            names.push_back(info.getFQTypeName());
+        }
+    }
+    return names;
+}
+
+std::string ExtensionManager::unknownTypeMessage(const std::string& type) const {
+    std::string known;
+    for (const std::string& name : getNodeTypeNames()) known += (known.empty() ? "" : ", ") + name;
+    return "[ExtensionManager] Unknown node type '" + type +
+           "'; known types: " + (known.empty() ? "none" : known);
+}
+
+Result<NodeTypeInfo> ExtensionManager::findNodeType(const std::string& type) const {
+    for (const std::shared_ptr<Extension>& extension : getExtensions()) {
+        for (NodeTypeInfo& info : extension->getNodeFactory()->getNodeTypes()) {
+            if (info.getFQTypeName() == type) return Result<NodeTypeInfo>(std::move(info));
+        }
+    }
+    return Result<NodeTypeInfo>::failure(unknownTypeMessage(type));
+}
+
+Result<std::unique_ptr<Node>> ExtensionManager::createNode(const std::string& type,
+                                                           const XVAnyMap& config) const {
+    for (const std::shared_ptr<Extension>& extension : getExtensions()) {
+        std::shared_ptr<NodeFactory> factory = extension->getNodeFactory();
+        if (factory->hasNodeType(type)) return factory->createNode(type, config);
+    }
+    return Result<std::unique_ptr<Node>>::failure(unknownTypeMessage(type));
+}
+
+}  // namespace ostrana

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include <ostrana/sdk/OstranaObject.h>
+
+namespace ostrana {
+
+// The base of every node of a graph. Nodes are made on the heap by a factory's creation
+// function and destroyed through the virtual destructor by whoever received them.
+class Node : public OstranaObject {
+  public:
+    explicit Node(const std::string& objectType = "node");
+    ~Node() override;
+
+    Result<XVAny> getValue(const std::string& key) override;
+    Result<XVAny> callAction(const std::string& name, const XVAnyMap& params) override;
+};
+
+}  // namespace ostrana

@@ -1,0 +1,220 @@
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+#include <ostrana/sdk/ExtensionManager.h>
+
+#include "FxProcess.h"
+
+namespace ostrana::fx::testing {
+namespace {
+
+const std::vector<std::string> kTypesInRegistrationOrder = {
+    "AudioEffects.Delay", "AudioEffects.PingPongDelay", "AudioEffects.Vibrato",
+    "AudioEffects.Flanger", "AudioEffects.Chorus"};
+
+std::size_t countLines(const std::string& text) {
+    std::size_t lines = 0;
+    for (char c : text) lines += c == '\n' ? 1 : 0;
+    return lines;
+}
+
+TEST(FxListTest, PrintsTheExtensionAndItsNodeTypesInRegistrationOrder) {
+    const FxRun run = FxProcess::run({"list"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_TRUE(run.err.empty()) << run.err;
+    EXPECT_NE(run.out.find("AudioEffects: Basic audio effects such as delay, chorus, flanger, "
+                           "and vibrato."),
+              std::string::npos)
+        << run.out;
+    // The same order as the host's registry reports in this process.
+    EXPECT_EQ(ExtensionManager::getInstance().getNodeTypeNames(), kTypesInRegistrationOrder);
+    std::size_t previous = 0;
+    for (const std::string& type : kTypesInRegistrationOrder) {
+        const std::size_t at = run.out.find("  " + type + "\n");
+        ASSERT_NE(at, std::string::npos) << type << " missing from:\n" << run.out;
+        EXPECT_GT(at, previous) << type << " out of order";
+        previous = at;
+    }
+}
+
+TEST(FxListTest, ShowsDisplayNameDescriptionAndCategoriesOfEachType) {
+    const FxRun run = FxProcess::run({"list"});
+    ASSERT_EQ(run.exitStatus, 0);
+    const std::size_t pingPong = run.out.find("  AudioEffects.PingPongDelay\n");
+    ASSERT_NE(pingPong, std::string::npos);
+    const std::string block =
+        run.out.substr(pingPong, run.out.find("  AudioEffects.Vibrato\n") - pingPong);
+    EXPECT_NE(block.find("display name: Ping Pong Delay\n"), std::string::npos) << block;
+    EXPECT_NE(block.find("description:  Applies a ping pong delay effect to the input audio "
+                         "signal.\n"),
+              std::string::npos)
+        << block;
+    EXPECT_NE(block.find("categories:   Audio Processing, Effects\n"), std::string::npos) << block;
+    for (const char* name : {"Delay", "Vibrato", "Flanger", "Chorus"}) {
+        EXPECT_NE(run.out.find("display name: " + std::string(name) + "\n"), std::string::npos)
+            << name;
+    }
+}
+
+class FxDescribePingPongTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const FxRun run = FxProcess::run({"describe", "AudioEffects.PingPongDelay"});
+        ASSERT_EQ(run.exitStatus, 0) << run.err;
+        json = nlohmann::ordered_json::parse(run.out);
+    }
+
+    std::vector<std::string> keysOf(const nlohmann::ordered_json& object) {
+        std::vector<std::string> keys;
+        for (const auto& item : object.items()) keys.push_back(item.key());
+        return keys;
+    }
+
+    nlohmann::ordered_json json;
+};
+
+TEST_F(FxDescribePingPongTest, HasTheRecordKeysInOrderWithTheIdentity) {
+    EXPECT_EQ(keysOf(json), (std::vector<std::string>{"type", "subtype", "displayName",
+                                                      "description", "categories", "configuration",
+                                                      "properties", "actions", "events"}));
+    EXPECT_EQ(json["type"], "AudioEffects");
+    EXPECT_EQ(json["subtype"], "PingPongDelay");
+    EXPECT_EQ(json["displayName"], "Ping Pong Delay");
+    EXPECT_EQ(json["description"], "Applies a ping pong delay effect to the input audio signal.");
+    EXPECT_EQ(json["categories"], nlohmann::ordered_json::array({"Audio Processing", "Effects"}));
+    for (const char* empty : {"configuration", "actions", "events"}) {
+        EXPECT_TRUE(json[empty].is_object()) << empty;
+        EXPECT_TRUE(json[empty].empty()) << empty;
+    }
+    EXPECT_EQ(keysOf(json["properties"]), (std::vector<std::string>{"enabled", "delayMs", "dryMix",
+                                                                    "wetMix", "feedbackLevel"}));
+}
+
+TEST_F(FxDescribePingPongTest, EnabledIsABooleanWithoutBounds) {
+    const auto& enabled = json["properties"]["enabled"];
+    EXPECT_EQ(keysOf(enabled),
+              (std::vector<std::string>{"description", "type", "readOnly", "default"}));
+    EXPECT_EQ(enabled["description"], "Enable or disable the ping-pong delay effect.");
+    EXPECT_EQ(enabled["type"], "boolean");
+    ASSERT_TRUE(enabled["readOnly"].is_boolean());
+    EXPECT_FALSE(enabled["readOnly"].get<bool>());
+    ASSERT_TRUE(enabled["default"].is_boolean());
+    EXPECT_TRUE(enabled["default"].get<bool>());
+}
+
+TEST_F(FxDescribePingPongTest, DelayMsHoldsIntegers) {
+    const auto& delayMs = json["properties"]["delayMs"];
+    EXPECT_EQ(keysOf(delayMs), (std::vector<std::string>{"description", "type", "default", "min",
+                                                         "max", "readOnly"}));
+    EXPECT_EQ(delayMs["description"], "The delay time in milliseconds.");
+    EXPECT_EQ(delayMs["type"], "int");
+    for (const char* key : {"default", "min", "max"}) {
+        EXPECT_TRUE(delayMs[key].is_number_integer()) << key << ": " << delayMs[key].dump();
+    }
+    EXPECT_EQ(delayMs["default"].get<int>(), 200);
+    EXPECT_EQ(delayMs["min"].get<int>(), 1);
+    EXPECT_EQ(delayMs["max"].get<int>(), 1000);
+    ASSERT_TRUE(delayMs["readOnly"].is_boolean());
+    EXPECT_FALSE(delayMs["readOnly"].get<bool>());
+}
+
+TEST_F(FxDescribePingPongTest, GainsHoldNumbersThatReadBackAsTheirFloats) {
+    struct Expected {
+        const char* name;
+        const char* description;
+        float defaultValue;
+        float maxValue;
+    };
+    const Expected gains[] = {
+        {"dryMix", "Level of the dry signal. 0 means no dry signal, 1 means maximum dry signal.",
+         0.7f, 1.0f},
+        {"wetMix", "Level of the wet signal. 0 means no wet signal, 1 means maximum wet signal.",
+         0.3f, 1.0f},
+        {"feedbackLevel",
+         "The feedback level of the delay. 0 means no feedback, 1 means maximum feedback.", 0.2f,
+         0.99f},
+    };
+    for (const Expected& gain : gains) {
+        const auto& schema = json["properties"][gain.name];
+        EXPECT_EQ(keysOf(schema), (std::vector<std::string>{"description", "type", "default", "min",
+                                                            "max", "readOnly"}))
+            << gain.name;
+        EXPECT_EQ(schema["description"], gain.description);
+        EXPECT_EQ(schema["type"], "float");
+        for (const char* key : {"default", "min", "max"}) {
+            EXPECT_TRUE(schema[key].is_number_float()) << gain.name << "." << key;
+        }
+        EXPECT_EQ(static_cast<float>(schema["default"].get<double>()), gain.defaultValue);
+        EXPECT_EQ(static_cast<float>(schema["min"].get<double>()), 0.0f);
+        EXPECT_EQ(static_cast<float>(schema["max"].get<double>()), gain.maxValue);
+        EXPECT_FALSE(schema["readOnly"].get<bool>());
+    }
+    // Written as the short decimal, not the float's full binary expansion.
+    EXPECT_EQ(json["properties"]["feedbackLevel"]["max"].get<double>(), 0.99);
+    EXPECT_EQ(json["properties"]["dryMix"]["default"].get<double>(), 0.7);
+}
+
+TEST(FxDescribeTest, OtherEffectsHaveNoProperties) {
+    for (const char* type : {"AudioEffects.Delay", "AudioEffects.Chorus", "AudioEffects.Flanger",
+                             "AudioEffects.Vibrato"}) {
+        const FxRun run = FxProcess::run({"describe", type});
+        ASSERT_EQ(run.exitStatus, 0) << run.err;
+        const auto json = nlohmann::ordered_json::parse(run.out);
+        EXPECT_EQ(json["type"].get<std::string>() + "." + json["subtype"].get<std::string>(), type);
+        EXPECT_TRUE(json["properties"].is_object());
+        EXPECT_TRUE(json["properties"].empty()) << type;
+    }
+}
+
+TEST(FxDescribeTest, UnknownTypeIsAUsageErrorThatListsTheKnownTypes) {
+    const FxRun run = FxProcess::run({"describe", "AudioEffects.Reverb"});
+    EXPECT_EQ(run.exitStatus, 2);
+    EXPECT_TRUE(run.out.empty()) << run.out;
+    EXPECT_EQ(countLines(run.err), 1u) << run.err;
+    EXPECT_NE(run.err.find("unknown node type 'AudioEffects.Reverb'"), std::string::npos)
+        << run.err;
+    for (const std::string& type : kTypesInRegistrationOrder) {
+        EXPECT_NE(run.err.find(type), std::string::npos) << type << " not listed in " << run.err;
+    }
+}
+
+TEST(FxHelpTest, EverySubcommandHasHelp) {
+    for (const char* command : {"list", "describe", "render", "demo"}) {
+        const FxRun run = FxProcess::run({command, "--help"});
+        EXPECT_EQ(run.exitStatus, 0) << command;
+        EXPECT_NE(run.out.find(std::string("Usage: ostrana-fx ") + command), std::string::npos)
+            << run.out;
+    }
+    const FxRun top = FxProcess::run({"--help"});
+    EXPECT_EQ(top.exitStatus, 0);
+    for (const char* command : {"list", "describe", "render", "demo"}) {
+        EXPECT_NE(top.out.find(command), std::string::npos) << command;
+    }
+}
+
+TEST(FxHelpTest, RenderHelpListsEachTypesParameters) {
+    const FxRun run = FxProcess::run({"render", "--help"});
+    ASSERT_EQ(run.exitStatus, 0);
+    EXPECT_NE(run.out.find("AudioEffects.PingPongDelay: enabled, delayMs, dryMix, wetMix, "
+                           "feedbackLevel"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("AudioEffects.Chorus: enabled, sweepWidth, frequency"),
+              std::string::npos);
+}
+
+TEST(FxUsageTest, MissingOrUnknownCommandIsAUsageError) {
+    const FxRun none = FxProcess::run({});
+    EXPECT_EQ(none.exitStatus, 2);
+    EXPECT_EQ(countLines(none.err), 1u) << none.err;
+    const FxRun unknown = FxProcess::run({"mix"});
+    EXPECT_EQ(unknown.exitStatus, 2);
+    EXPECT_EQ(countLines(unknown.err), 1u) << unknown.err;
+    EXPECT_NE(unknown.err.find("unknown command 'mix'"), std::string::npos) << unknown.err;
+}
+
+}  // namespace
+}  // namespace ostrana::fx::testing

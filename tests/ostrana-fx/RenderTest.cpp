@@ -1,0 +1,349 @@
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <cmath>
+#include <functional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <ostrana/audioeffects/ChorusNode.h>
+#include <ostrana/audioeffects/DelayNode.h>
+#include <ostrana/audioeffects/FlangerNode.h>
+#include <ostrana/audioeffects/PingPongDelayNode.h>
+#include <ostrana/audioeffects/VibratoNode.h>
+
+#include "FxProcess.h"
+#include "InProcessChain.h"
+#include "TempDirectory.h"
+#include "TestSignal.h"
+#include "WavFile.h"
+
+namespace ostrana::fx::testing {
+namespace {
+
+namespace effects = ostrana::extensions::audioeffects;
+
+constexpr unsigned int kRate = 48000;
+constexpr unsigned int kChannels = 2;
+// 1.3 s: not a whole number of 512- or 300-frame blocks, so the last block is short.
+constexpr std::size_t kFrames = 62400;
+constexpr int kFloatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
+struct RenderCase {
+    std::string name;
+    std::string type;
+    std::vector<std::string> sets;
+    std::function<void(Node&)> configure;
+};
+
+// Names the case in test output instead of dumping its bytes.
+void PrintTo(const RenderCase& renderCase, std::ostream* out) {
+    *out << renderCase.name;
+}
+
+std::vector<RenderCase> renderCases() {
+    return {
+        {"DelayDefaults", "AudioEffects.Delay", {}, [](Node&) {}},
+        {"Delay",
+         "AudioEffects.Delay",
+         {"delayMs=350", "dryMix=0.6", "wetMix=0.45", "feedbackLevel=0.5"},
+         [](Node& node) {
+             auto& delay = dynamic_cast<effects::DelayNode&>(node);
+             delay.setDelayMs(350u);
+             delay.setDryMix(0.6f);
+             delay.setWetMix(0.45f);
+             delay.setFeedbackLevel(0.5f);
+         }},
+        {"PingPongDelayDefaults", "AudioEffects.PingPongDelay", {}, [](Node&) {}},
+        {"PingPongDelay",
+         "AudioEffects.PingPongDelay",
+         {"delayMs=125", "dryMix=0.8", "wetMix=0.5", "feedbackLevel=0.6"},
+         [](Node& node) {
+             auto& pingPong = dynamic_cast<effects::PingPongDelayNode&>(node);
+             pingPong.setDelayMs(125u);
+             pingPong.setDryMix(0.8f);
+             pingPong.setWetMix(0.5f);
+             pingPong.setFeedbackLevel(0.6f);
+         }},
+        {"ChorusDefaults", "AudioEffects.Chorus", {}, [](Node&) {}},
+        {"Chorus",
+         "AudioEffects.Chorus",
+         {"sweepWidth=0.015", "frequency=0.7"},
+         [](Node& node) {
+             auto& chorus = dynamic_cast<effects::ChorusNode&>(node);
+             chorus.setSweepWidth(0.015f);
+             chorus.setFrequency(0.7f);
+         }},
+        {"FlangerDefaults", "AudioEffects.Flanger", {}, [](Node&) {}},
+        {"Flanger",
+         "AudioEffects.Flanger",
+         {"sweepWidth=0.003", "frequency=0.9"},
+         [](Node& node) {
+             auto& flanger = dynamic_cast<effects::FlangerNode&>(node);
+             flanger.setSweepWidth(0.003f);
+             flanger.setFrequency(0.9f);
+         }},
+        {"VibratoDefaults", "AudioEffects.Vibrato", {}, [](Node&) {}},
+        {"Vibrato",
+         "AudioEffects.Vibrato",
+         {"sweepWidth=0.004", "frequency=5.5"},
+         [](Node& node) {
+             auto& vibrato = dynamic_cast<effects::VibratoNode&>(node);
+             vibrato.setSweepWidth(0.004f);
+             vibrato.setFrequency(5.5f);
+         }},
+    };
+}
+
+class RenderFixture {
+  public:
+    RenderFixture() : input(makeTestSignal(kChannels, kFrames, kRate)) {
+        WavFile::write(inputPath(), kChannels, kRate, input, kFloatWav);
+    }
+
+    std::string inputPath() const { return directory.file("in.wav"); }
+    std::string outputPath() const { return directory.file("out.wav"); }
+
+    // Runs render with the given node arguments (and any further options).
+    FxRun render(const std::vector<std::string>& arguments) const {
+        std::vector<std::string> all{"render", inputPath(), outputPath()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return FxProcess::run(all);
+    }
+
+    TempDirectory directory;
+    std::vector<float> input;
+};
+
+RenderCase findCase(const std::string& name) {
+    for (const RenderCase& renderCase : renderCases()) {
+        if (renderCase.name == name) return renderCase;
+    }
+    throw std::runtime_error("no render case " + name);
+}
+
+std::vector<std::string> nodeArguments(const RenderCase& renderCase) {
+    std::vector<std::string> arguments{"--node", renderCase.type};
+    for (const std::string& set : renderCase.sets) {
+        arguments.push_back("--set");
+        arguments.push_back(set);
+    }
+    return arguments;
+}
+
+class FxRenderExactnessTest
+    : public ::testing::TestWithParam<std::tuple<RenderCase, unsigned int>> {};
+
+TEST_P(FxRenderExactnessTest, FloatOutputEqualsAnInProcessRunBitForBit) {
+    const auto& [renderCase, block] = GetParam();
+    RenderFixture fixture;
+    std::vector<std::string> arguments = nodeArguments(renderCase);
+    arguments.insert(arguments.end(), {"--block", std::to_string(block)});
+    const FxRun run = fixture.render(arguments);
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+
+    const WavFile output = WavFile::read(fixture.outputPath());
+    EXPECT_EQ(output.format, kFloatWav);
+    EXPECT_EQ(output.channels, kChannels);
+    EXPECT_EQ(output.sampleRate, kRate);
+    ASSERT_EQ(output.frames(), kFrames);
+    const std::vector<float> expected = renderInProcess({{renderCase.type, renderCase.configure}},
+                                                        fixture.input, kChannels, kRate, block);
+    EXPECT_EQ(firstBitDifference(output.samples, expected), -1);
+    // The effect did something: the output is not just the input.
+    EXPECT_NE(firstBitDifference(output.samples, fixture.input), -1);
+}
+
+std::string caseName(const ::testing::TestParamInfo<std::tuple<RenderCase, unsigned int>>& info) {
+    return std::get<0>(info.param).name + "Block" + std::to_string(std::get<1>(info.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryNodeType, FxRenderExactnessTest,
+                         ::testing::Combine(::testing::ValuesIn(renderCases()),
+                                            ::testing::Values(512u, 300u)),
+                         caseName);
+
+TEST(FxRenderTest, DefaultBlockIs512Frames) {
+    RenderFixture fixture;
+    const RenderCase chorus = findCase("Chorus");
+    ASSERT_EQ(fixture.render(nodeArguments(chorus)).exitStatus, 0);
+    const WavFile output = WavFile::read(fixture.outputPath());
+    const std::vector<float> expected512 =
+        renderInProcess({{chorus.type, chorus.configure}}, fixture.input, kChannels, kRate, 512);
+    EXPECT_EQ(firstBitDifference(output.samples, expected512), -1);
+}
+
+TEST(FxRenderTest, SetChangesTheRenderedAudio) {
+    RenderFixture fixture;
+    ASSERT_EQ(fixture.render({"--node", "AudioEffects.Delay"}).exitStatus, 0);
+    const WavFile defaults = WavFile::read(fixture.outputPath());
+    ASSERT_EQ(
+        fixture
+            .render({"--node", "AudioEffects.Delay", "--set", "delayMs=50", "--set", "wetMix=0.9"})
+            .exitStatus,
+        0);
+    const WavFile changed = WavFile::read(fixture.outputPath());
+    EXPECT_NE(firstBitDifference(defaults.samples, changed.samples), -1);
+    const std::vector<float> expected =
+        renderInProcess({{"AudioEffects.Delay",
+                          [](Node& node) {
+                              auto& delay = dynamic_cast<effects::DelayNode&>(node);
+                              delay.setDelayMs(50u);
+                              delay.setWetMix(0.9f);
+                          }}},
+                        fixture.input, kChannels, kRate, 512);
+    EXPECT_EQ(firstBitDifference(changed.samples, expected), -1);
+}
+
+TEST(FxRenderTest, DisabledNodesPassTheInputThroughUnchanged) {
+    RenderFixture fixture;
+    for (const char* type :
+         {"AudioEffects.Delay", "AudioEffects.PingPongDelay", "AudioEffects.Chorus",
+          "AudioEffects.Flanger", "AudioEffects.Vibrato"}) {
+        for (const char* off : {"enabled=false", "enabled=0"}) {
+            const FxRun run = fixture.render({"--node", type, "--set", off});
+            ASSERT_EQ(run.exitStatus, 0) << run.err;
+            EXPECT_EQ(
+                firstBitDifference(WavFile::read(fixture.outputPath()).samples, fixture.input), -1)
+                << type << " " << off;
+        }
+    }
+}
+
+TEST(FxRenderTest, ChainOfTwoNodesEqualsTheSameChainInProcess) {
+    RenderFixture fixture;
+    const FxRun run = fixture.render({"--node", "AudioEffects.Chorus", "--set", "sweepWidth=0.02",
+                                      "--node", "AudioEffects.PingPongDelay", "--set", "delayMs=90",
+                                      "--set", "feedbackLevel=0.4", "--block", "256"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    const std::vector<float> expected = renderInProcess(
+        {{"AudioEffects.Chorus",
+          [](Node& node) { dynamic_cast<effects::ChorusNode&>(node).setSweepWidth(0.02f); }},
+         {"AudioEffects.PingPongDelay",
+          [](Node& node) {
+              auto& pingPong = dynamic_cast<effects::PingPongDelayNode&>(node);
+              pingPong.setDelayMs(90u);
+              pingPong.setFeedbackLevel(0.4f);
+          }}},
+        fixture.input, kChannels, kRate, 256);
+    EXPECT_EQ(firstBitDifference(WavFile::read(fixture.outputPath()).samples, expected), -1);
+    // Each --set went to the node before it: the chorus alone, or the delay alone, differ.
+    const std::vector<float> chorusOnly = renderInProcess(
+        {{"AudioEffects.Chorus",
+          [](Node& node) { dynamic_cast<effects::ChorusNode&>(node).setSweepWidth(0.02f); }}},
+        fixture.input, kChannels, kRate, 256);
+    EXPECT_NE(firstBitDifference(expected, chorusOnly), -1);
+}
+
+TEST(FxRenderTest, PrintsASummaryLine) {
+    RenderFixture fixture;
+    const FxRun run = fixture.render(
+        {"--node", "AudioEffects.Flanger", "--node", "AudioEffects.Vibrato", "--quiet"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_TRUE(run.err.empty()) << run.err;
+    EXPECT_NE(run.out.find("rendered 62400 frames (1.300 s of audio, 2 channels at 48000 Hz)"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("x real time"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("AudioEffects.Flanger -> AudioEffects.Vibrato"), std::string::npos);
+}
+
+// Integer output: the node output quantised by libsndfile, clipped at full scale.
+void expectQuantisedOutput(const std::string& format, int subtype, double step) {
+    TempDirectory directory;
+    // Loud input: the chorus adds 0.8 of its delayed signal and goes beyond full scale.
+    const std::vector<float> input = makeTestSignal(kChannels, kFrames, kRate, 0.95f);
+    WavFile::write(directory.file("in.wav"), kChannels, kRate, input, kFloatWav);
+    const FxRun run = FxProcess::run({"render", directory.file("in.wav"), directory.file("out.wav"),
+                                      "--node", "AudioEffects.Chorus", "--format", format});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    const WavFile output = WavFile::read(directory.file("out.wav"));
+    EXPECT_EQ(output.format, SF_FORMAT_WAV | subtype);
+    ASSERT_EQ(output.frames(), kFrames);
+    const std::vector<float> expected =
+        renderInProcess({{"AudioEffects.Chorus"}}, input, kChannels, kRate, 512);
+    std::size_t clipped = 0;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const double target = std::fmax(-1.0, std::fmin(1.0, static_cast<double>(expected[i])));
+        clipped += std::fabs(expected[i]) > 1.0f ? 1 : 0;
+        ASSERT_LE(std::fabs(output.samples[i] - target), step) << "sample " << i;
+    }
+    EXPECT_GT(clipped, 0u) << "the test signal should reach beyond full scale";
+}
+
+TEST(FxRenderTest, Pcm16OutputHoldsTheQuantisedClippedResult) {
+    expectQuantisedOutput("pcm16", SF_FORMAT_PCM_16, 1.0 / 32768.0);
+}
+
+TEST(FxRenderTest, Pcm24OutputHoldsTheQuantisedClippedResult) {
+    expectQuantisedOutput("pcm24", SF_FORMAT_PCM_24, 1.0 / 8388608.0);
+}
+
+TEST(FxRenderTest, AcceptsOtherInputFormats) {
+    TempDirectory directory;
+    const std::vector<float> input = makeTestSignal(1, 24000, 44100);
+    WavFile::write(directory.file("in.flac"), 1, 44100, input, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    WavFile::write(directory.file("in.aiff"), 1, 44100, input, SF_FORMAT_AIFF | SF_FORMAT_FLOAT);
+    for (const char* name : {"in.flac", "in.aiff"}) {
+        const FxRun run = FxProcess::run({"render", directory.file(name), directory.file("out.wav"),
+                                          "--node", "AudioEffects.Delay"});
+        ASSERT_EQ(run.exitStatus, 0) << run.err;
+        const WavFile decoded = WavFile::read(directory.file(name));
+        const WavFile output = WavFile::read(directory.file("out.wav"));
+        EXPECT_EQ(output.channels, 1u);
+        EXPECT_EQ(output.sampleRate, 44100u);
+        const std::vector<float> expected =
+            renderInProcess({{"AudioEffects.Delay"}}, decoded.samples, 1, 44100, 512);
+        EXPECT_EQ(firstBitDifference(output.samples, expected), -1) << name;
+    }
+}
+
+// Counts the program's allocations with a preloaded malloc. A render in blocks of 16 frames
+// (thousands of blocks) must allocate exactly as often as one in blocks of 4096: nothing is
+// allocated per block, neither by the nodes nor by the loop around them.
+TEST(FxRenderTest, AllocatesNothingPerBlock) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer runtime must be the first library loaded; nothing to preload";
+#else
+    RenderFixture fixture;
+    auto allocationsWithBlock = [&fixture](const std::string& block) {
+        const std::string countFile = fixture.directory.file("count-" + block);
+        const FxRun run = FxProcess::runWithEnvironment(
+            {"render", fixture.inputPath(), fixture.outputPath(), "--node", "AudioEffects.Chorus",
+             "--node", "AudioEffects.PingPongDelay", "--node", "AudioEffects.Delay", "--block",
+             block},
+            {"LD_PRELOAD=" OSTRANA_FX_MALLOC_COUNTER, "OSTRANA_FX_MALLOC_COUNT_FILE=" + countFile});
+        EXPECT_EQ(run.exitStatus, 0) << run.err;
+        return std::stoul(readBytes(countFile));
+    };
+    const unsigned long fewBlocks = allocationsWithBlock("4096");
+    const unsigned long manyBlocks = allocationsWithBlock("16");
+    EXPECT_GT(fewBlocks, 0u) << "the counter counted nothing";
+    EXPECT_EQ(manyBlocks, fewBlocks);
+#endif
+}
+
+TEST(FxProgressBarTest, DrawnOnATerminalUnlessQuiet) {
+    RenderFixture fixture;
+    const std::vector<std::string> base{"render", fixture.inputPath(), fixture.outputPath(),
+                                        "--node", "AudioEffects.Delay"};
+    const FxRun terminal = FxProcess::runWithTerminalStderr(base);
+    ASSERT_EQ(terminal.exitStatus, 0) << terminal.err;
+    EXPECT_NE(terminal.err.find("rendering ["), std::string::npos) << terminal.err;
+    EXPECT_NE(terminal.err.find("100%"), std::string::npos) << terminal.err;
+
+    std::vector<std::string> quiet = base;
+    quiet.push_back("--quiet");
+    const FxRun silenced = FxProcess::runWithTerminalStderr(quiet);
+    ASSERT_EQ(silenced.exitStatus, 0) << silenced.err;
+    EXPECT_TRUE(silenced.err.empty()) << silenced.err;
+
+    const FxRun piped = FxProcess::run(base);
+    ASSERT_EQ(piped.exitStatus, 0) << piped.err;
+    EXPECT_TRUE(piped.err.empty()) << piped.err;
+}
+
+}  // namespace
+}  // namespace ostrana::fx::testing

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <ostrana/sdk/Extension.h>
+#include <ostrana/sdk/NodeFactory.h>
+
+namespace ostrana::testing {
+
+// A small extension for host tests: named as given, with one node type "<name>.Probe".
+class TestExtension : public Extension {
+  public:
+    explicit TestExtension(std::string name) : name_(std::move(name)) {}
+    std::string getName() override { return name_; }
+    std::string getDescription() override { return "Extension for tests."; }
+    std::shared_ptr<NodeFactory> getNodeFactory() override;
+
+  private:
+    std::string name_;
+};
+
+}  // namespace ostrana::testing
