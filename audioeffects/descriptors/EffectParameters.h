@@ -1,0 +1,84 @@
+#pragma once
+
+#include <ostrana/audioeffects/ParameterDefinition.h>
+
+// What each effect's parameters are: written here once. The nodes start from these defaults,
+// the ping-pong delay builds its property schemas from them, and the catalogue pairs each with
+// the node's accessors.
+//
+// Ranges. The ping-pong delay's are its published property schema: delayMs 1 to 1000 ms (the
+// rings hold 48000 samples, one second at 48 kHz), the mixes 0 to 1, feedback 0 to 0.99 so that
+// every echo is quieter than the one before. The plain delay is the same echo and takes the
+// same ranges. The swept effects' ranges follow what each is for, and keep the longest delay
+// inside the 48000-sample line up to 192 kHz:
+// - chorus: a copy 21 ms behind (1002 samples at 48 kHz) swinging by up to 50 ms, slowly
+//   (0.01 to 5 Hz); deeper is a doubled echo, faster a warble.
+// - flanger: a 0 to 10 ms sweep, the comb filter's usual span, at 0.01 to 5 Hz.
+// - vibrato: the pitch bend grows with depth times rate; up to 20 ms at 0.1 to 14 Hz spans a
+//   gentle wobble to a strong warble (about four semitones each way at the extremes).
+// A swing of 0 is allowed everywhere: the effect then holds a fixed delay.
+
+namespace ostrana::extensions::audioeffects::parameters {
+
+using enum ParameterKind;
+using enum ParameterUnit;
+
+// The echo shared by the delay and the ping-pong delay. Only the switch's wording differs.
+inline constexpr ParameterDefinition kDelayEnabled{
+    "enabled", Switch, true, false, true, None, "Enable or disable the delay effect."};
+inline constexpr ParameterDefinition kPingPongEnabled{
+    "enabled", Switch, true, false, true, None, "Enable or disable the ping-pong delay effect."};
+inline constexpr ParameterDefinition kDelayMs{
+    "delayMs", WholeNumber, 200u, 1u, 1000u, Milliseconds, "The delay time in milliseconds."};
+inline constexpr ParameterDefinition kDryMix{
+    "dryMix",
+    RealNumber,
+    0.7f,
+    0.0f,
+    1.0f,
+    None,
+    "Level of the dry signal. 0 means no dry signal, 1 means maximum dry signal."};
+inline constexpr ParameterDefinition kWetMix{
+    "wetMix",
+    RealNumber,
+    0.3f,
+    0.0f,
+    1.0f,
+    None,
+    "Level of the wet signal. 0 means no wet signal, 1 means maximum wet signal."};
+inline constexpr ParameterDefinition kFeedbackLevel{
+    "feedbackLevel",
+    RealNumber,
+    0.2f,
+    0.0f,
+    0.99f,
+    None,
+    "The feedback level of the delay. 0 means no feedback, 1 means maximum feedback."};
+
+// The three parameters of a swept effect.
+struct SweptEffectParameters {
+    ParameterDefinition enabled;
+    ParameterDefinition sweepWidth;
+    ParameterDefinition frequency;
+};
+
+inline constexpr SweptEffectParameters kChorus{
+    {"enabled", Switch, true, false, true, None, "Enable or disable the chorus effect."},
+    {"sweepWidth", RealNumber, 0.025f, 0.0f, 0.05f, Seconds,
+     "How far the delay swings, in seconds."},
+    {"frequency", RealNumber, 0.2f, 0.01f, 5.0f, Hertz, "How often the delay swings, in hertz."},
+};
+inline constexpr SweptEffectParameters kFlanger{
+    {"enabled", Switch, true, false, true, None, "Enable or disable the flanger effect."},
+    {"sweepWidth", RealNumber, 0.005f, 0.0f, 0.01f, Seconds,
+     "How far the delay swings, in seconds."},
+    {"frequency", RealNumber, 0.4f, 0.01f, 5.0f, Hertz, "How often the delay swings, in hertz."},
+};
+inline constexpr SweptEffectParameters kVibrato{
+    {"enabled", Switch, true, false, true, None, "Enable or disable the vibrato effect."},
+    {"sweepWidth", RealNumber, 0.01f, 0.0f, 0.02f, Seconds,
+     "How far the delay swings, in seconds."},
+    {"frequency", RealNumber, 4.0f, 0.1f, 14.0f, Hertz, "How often the delay swings, in hertz."},
+};
+
+}  // namespace ostrana::extensions::audioeffects::parameters

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include <ostrana/audioeffects/NodeTypeEntry.h>
+
+namespace ostrana::extensions::audioeffects {
+
+// The one list of what the extension offers: every node type, in the factory's registration
+// order, with its parameters. The factory registers from it, and every front end (the command
+// line, the plug-ins, the Python module) reads it rather than naming node types or parameters
+// itself. Constant data, ready before any code of the library runs.
+class EffectCatalogue {
+  public:
+    static std::span<const NodeTypeEntry> nodeTypes();
+    // The node type with this fully qualified name (exact) or short name (any case), or
+    // nullptr.
+    static const NodeTypeEntry* find(std::string_view name);
+};
+
+}  // namespace ostrana::extensions::audioeffects

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include <ostrana/audioeffects/NodeParameter.h>
+#include <ostrana/sdk/Node.h>
+#include <ostrana/sdk/NodeTypeInfo.h>
+#include <ostrana/sdk/XVAnyMap.h>
+
+namespace ostrana::extensions::audioeffects {
+
+// One node type of the extension as the catalogue lists it. Plain constant data.
+struct NodeTypeEntry {
+    // A short lower-case name for people: "delay", "ping-pong-delay", "chorus", ...
+    std::string_view shortName;
+    // The channel counts a node of this type accepts: minChannels to maxChannels.
+    unsigned int minChannels;
+    unsigned int maxChannels;
+    // A new descriptor of the type (the one the factory registers).
+    NodeTypeInfo (*describe)();
+    // A new node of the type, owned by the caller; the configuration is not read.
+    Node* (*create)(const XVAnyMap& configuration);
+    // Its parameters, in the order people see them.
+    std::span<const NodeParameter> parameters;
+
+    // The fully qualified type name, "AudioEffects.Delay", and the display name, "Delay", as
+    // the descriptor gives them.
+    std::string typeName() const;
+    std::string displayName() const;
+    // The parameter of this name (exact, case included), or nullptr.
+    const NodeParameter* findParameter(std::string_view name) const;
+    // Whether a node of this type takes this many channels.
+    bool acceptsChannels(unsigned int channels) const {
+        return minChannels <= channels && channels <= maxChannels;
+    }
+};
+
+}  // namespace ostrana::extensions::audioeffects
