@@ -14,7 +14,10 @@ void AudioBus::copyFrom(const AudioBus& other) {
     buffer.setNumberOfFrames(frames);
     buffer.setSampleRate(source.getSampleRate());
     for (unsigned int channel = 0; channel < channels && frames > 0; ++channel) {
-        std::memcpy(buffer.getChannel(channel), source.getChannel(channel), frames * sizeof(float));
+        float* target = buffer.getChannel(channel);
+        const float* from = source.getChannel(channel);
+        // Views of the same memory (a host processing in place) hold the samples already.
+        if (target != from) std::memmove(target, from, frames * sizeof(float));
     }
 }
 

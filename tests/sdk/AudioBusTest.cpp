@@ -64,6 +64,54 @@ TEST(AudioBus, CopyFromCopiesOnlyWhatFits) {
     EXPECT_EQ(out.buffer.getSample(1, 3), in.buffer.getSample(1, 3));
 }
 
+TEST(AudioBuffer, AViewReadsAndWritesTheCallersMemory) {
+    float left[4] = {1.0f, 2.0f, 3.0f, 4.0f};
+    float right[4] = {};
+    AudioBuffer<float> view = AudioBuffer<float>::view(2, 4, 44100);
+    view.attachChannel(0, left);
+    view.attachChannel(1, right);
+    EXPECT_TRUE(view.isView());
+    EXPECT_EQ(view.getChannel(0), left);
+    EXPECT_EQ(view.getSample(0, 2), 3.0f);
+    view.setSample(1, 1, -0.5f);
+    EXPECT_EQ(right[1], -0.5f);
+    EXPECT_TRUE(view.setNumberOfFrames(2));
+    EXPECT_FALSE(view.setNumberOfFrames(5));
+    view.clear();
+    EXPECT_EQ(left[3], 0.0f);
+}
+
+TEST(AudioBuffer, ACopyOfAViewSharesTheMemoryAndACopyOfOwnStorageDoesNot) {
+    float samples[2] = {0.25f, 0.5f};
+    AudioBuffer<float> view = AudioBuffer<float>::view(1, 2);
+    view.attachChannel(0, samples);
+    const AudioBuffer<float> viewCopy = view;
+    EXPECT_EQ(viewCopy.getChannel(0), samples);
+
+    AudioBuffer<float> own(1, 2);
+    own.setSample(0, 1, 7.0f);
+    AudioBuffer<float> ownCopy = own;
+    EXPECT_FALSE(ownCopy.isView());
+    EXPECT_NE(ownCopy.getChannel(0), own.getChannel(0));
+    EXPECT_EQ(ownCopy.getSample(0, 1), 7.0f);
+    ownCopy.setSample(0, 1, 8.0f);
+    EXPECT_EQ(own.getSample(0, 1), 7.0f);
+}
+
+TEST(AudioBus, CopyFromBetweenViewsOfTheSameMemoryKeepsTheSamples) {
+    float samples[3] = {0.1f, 0.2f, 0.3f};
+    AudioBus in;
+    in.buffer = AudioBuffer<float>::view(1, 3, 48000);
+    in.buffer.attachChannel(0, samples);
+    AudioBus out;
+    out.buffer = AudioBuffer<float>::view(1, 3);
+    out.buffer.attachChannel(0, samples);
+    out.copyFrom(in);
+    EXPECT_EQ(out.buffer.getSampleRate(), 48000u);
+    EXPECT_EQ(samples[0], 0.1f);
+    EXPECT_EQ(samples[2], 0.3f);
+}
+
 TEST(AudioBusFormat, ZeroFieldsTakeTheOthersValue) {
     AudioBusFormat a{2, 0, 256};
     AudioBusFormat b{0, 48000, 0};
