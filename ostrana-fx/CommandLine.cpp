@@ -7,14 +7,16 @@
 #include <map>
 #include <vector>
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
+
 #include "CommandError.h"
 #include "DemoCommand.h"
 #include "DescribeCommand.h"
 #include "ListCommand.h"
 #include "NodeCatalog.h"
-#include "ParameterTable.h"
 #include "RenderCommand.h"
 #include "RenderOptions.h"
+#include "TextList.h"
 
 namespace ostrana::fx {
 
@@ -58,13 +60,23 @@ int CommandLine::reportError(const std::string& command, int status, const std::
 }
 
 std::string CommandLine::renderFooter() {
-    std::string footer = "Node types and their --set parameters:\n";
-    for (const std::string& type : NodeCatalog::typeNames()) {
-        footer += "  " + type + ": " + ParameterTable::forNodeType(type).describeNames() + "\n";
+    using extensions::audioeffects::EffectCatalogue;
+    using extensions::audioeffects::formatValue;
+    using extensions::audioeffects::kindName;
+    using extensions::audioeffects::NodeParameter;
+    using extensions::audioeffects::NodeTypeEntry;
+    std::string footer = "Node types and their --set parameters (kind, range, default):\n";
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        footer += "  " + entry.typeName() + " (" + std::string(entry.shortName) + ")\n";
+        for (const NodeParameter& parameter : entry.parameters) {
+            footer += "    " + std::string(parameter.name) + ": " +
+                      std::string(kindName(parameter.kind)) + ", " + parameter.rangeText() +
+                      ", default " + formatValue(parameter.defaultValue) + "\n";
+        }
     }
     footer +=
-        "Values: true/false/1/0 for \"enabled\"; decimal numbers for the rest: delayMs in\n"
-        "milliseconds, sweepWidth in seconds, frequency in Hz, mixes and feedback as gains.\n"
+        "Switches take true/false/1/0; whole numbers take decimal digits only; real numbers take\n"
+        "decimals.\n"
         "Example: ostrana-fx render in.wav out.wav --node AudioEffects.Delay --set delayMs=350 "
         "--node AudioEffects.Chorus";
     return footer;

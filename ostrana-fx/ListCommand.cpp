@@ -4,23 +4,27 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/ExtensionManager.h>
+
+#include "TextList.h"
 
 namespace ostrana::fx {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text.empty() ? "none" : text;
-}
+using extensions::audioeffects::EffectCatalogue;
+using extensions::audioeffects::NodeTypeEntry;
 
 void listNodeType(std::ostream& out, const NodeTypeInfo& info) {
-    out << "  " << info.getFQTypeName() << "\n";
+    const std::string typeName = info.getFQTypeName();
+    const NodeTypeEntry* entry = EffectCatalogue::find(typeName);
+    out << "  " << typeName;
+    if (entry != nullptr) out << " (" << entry->shortName << ")";
+    out << "\n";
     out << "    display name: " << info.displayName << "\n";
     out << "    description:  " << info.description << "\n";
-    out << "    categories:   " << joined(info.categories) << "\n";
+    out << "    categories:   " << TextList::join(info.categories) << "\n";
 }
 
 }  // namespace

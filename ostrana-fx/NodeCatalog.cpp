@@ -6,6 +6,7 @@
 #include <ostrana/sdk/XVAnyMap.h>
 
 #include "CommandError.h"
+#include "TextList.h"
 
 namespace ostrana::fx {
 
@@ -14,9 +15,7 @@ std::vector<std::string> NodeCatalog::typeNames() {
 }
 
 std::string NodeCatalog::describeTypeNames() {
-    std::string names;
-    for (const std::string& name : typeNames()) names += (names.empty() ? "" : ", ") + name;
-    return names.empty() ? "none" : names;
+    return TextList::join(typeNames());
 }
 
 std::string NodeCatalog::unknownTypeMessage(const std::string& type, const std::string& where) {

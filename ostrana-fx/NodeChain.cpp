@@ -2,12 +2,13 @@
 
 #include <utility>
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 
 #include "CommandError.h"
 #include "NodeCatalog.h"
-#include "ParameterTable.h"
 #include "ParameterValueParser.h"
+#include "TextList.h"
 
 namespace ostrana::fx {
 
@@ -16,13 +17,16 @@ namespace {
 // The highest channel count tried when telling the user which counts a node takes.
 constexpr unsigned int kMostChannelsProbed = 8;
 
-std::string joinCounts(const std::vector<unsigned int>& counts) {
-    std::string text;
-    for (std::size_t i = 0; i < counts.size(); ++i) {
-        if (i > 0) text += (i + 1 == counts.size()) ? " or " : ", ";
-        text += std::to_string(counts[i]);
-    }
-    return text;
+using extensions::audioeffects::EffectCatalogue;
+using extensions::audioeffects::NodeParameter;
+using extensions::audioeffects::NodeTypeEntry;
+
+// The parameter names of a node type, for messages.
+std::vector<std::string> parameterNames(const NodeTypeEntry* entry) {
+    std::vector<std::string> names;
+    if (entry == nullptr) return names;
+    for (const NodeParameter& parameter : entry->parameters) names.emplace_back(parameter.name);
+    return names;
 }
 
 }  // namespace
@@ -62,22 +66,18 @@ void NodeChain::setParameter(const std::string& assignment) {
     }
     const std::string name = assignment.substr(0, equals);
     const std::string text = assignment.substr(equals + 1);
-    const ParameterTable table = ParameterTable::forNodeType(stages_[index].type);
-    const ParameterBinding* binding = table.find(name);
-    if (binding == nullptr) {
+    const NodeTypeEntry* entry = EffectCatalogue::find(stages_[index].type);
+    const NodeParameter* parameter = entry == nullptr ? nullptr : entry->findParameter(name);
+    if (parameter == nullptr) {
         throw CommandError::usage(where + ": unknown parameter '" + name +
-                                  "'; parameters: " + table.describeNames());
+                                  "'; parameters: " + TextList::join(parameterNames(entry)));
     }
-    const Result<XVAny> value = ParameterValueParser::parse(binding->kind, text);
+    const Result<ParameterValue> value = ParameterValueParser::parse(parameter->kind, text);
     if (!value.isOk()) {
         throw CommandError::usage(where + ": invalid value '" + text + "' for parameter '" + name +
                                   "': " + value.errorMessage());
     }
-    const Result<void> stored = binding->store(*stages_[index].node, value.value());
-    if (!stored.isOk()) {
-        throw CommandError::usage(where + ": cannot store value '" + text + "' in parameter '" +
-                                  name + "': " + stored.errorMessage());
-    }
+    parameter->write(*stages_[index].node, value.value());
 }
 
 std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
@@ -95,7 +95,10 @@ std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
         // The type was created once already; if it cannot be again, just say less.
     }
     if (accepted.empty()) return "";
-    return "; it takes " + joinCounts(accepted) + (accepted.back() == 1 ? " channel" : " channels");
+    std::vector<std::string> counts;
+    for (unsigned int count : accepted) counts.push_back(std::to_string(count));
+    return "; it takes " + TextList::join(counts, ", ", " or ") +
+           (accepted.back() == 1 ? " channel" : " channels");
 }
 
 void NodeChain::negotiate(std::size_t index, unsigned int channels, unsigned int sampleRate,

@@ -22,38 +22,38 @@ std::size_t skipDigits(const std::string& text, std::size_t& position) {
 
 }  // namespace
 
-Result<XVAny> ParameterValueParser::parse(ParameterKind kind, const std::string& text) {
+Result<ParameterValue> ParameterValueParser::parse(ParameterKind kind, const std::string& text) {
     switch (kind) {
-        case ParameterKind::Boolean:
+        case ParameterKind::Switch:
             return parseBoolean(text);
-        case ParameterKind::UnsignedInteger:
+        case ParameterKind::WholeNumber:
             return parseUnsignedInteger(text);
-        case ParameterKind::Float:
+        case ParameterKind::RealNumber:
             return parseFloat(text);
     }
-    return Result<XVAny>::failure("unknown parameter kind");
+    return Result<ParameterValue>::failure("unknown parameter kind");
 }
 
-Result<XVAny> ParameterValueParser::parseBoolean(const std::string& text) {
-    if (text == "true" || text == "1") return XVAny(true);
-    if (text == "false" || text == "0") return XVAny(false);
-    return Result<XVAny>::failure("expected true, false, 1 or 0");
+Result<ParameterValue> ParameterValueParser::parseBoolean(const std::string& text) {
+    if (text == "true" || text == "1") return ParameterValue(true);
+    if (text == "false" || text == "0") return ParameterValue(false);
+    return Result<ParameterValue>::failure("expected true, false, 1 or 0");
 }
 
-Result<XVAny> ParameterValueParser::parseUnsignedInteger(const std::string& text) {
+Result<ParameterValue> ParameterValueParser::parseUnsignedInteger(const std::string& text) {
     std::size_t position = 0;
     if (skipDigits(text, position) == 0 || position != text.size()) {
-        return Result<XVAny>::failure("expected a whole number (decimal digits only)");
+        return Result<ParameterValue>::failure("expected a whole number (decimal digits only)");
     }
     unsigned int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error == std::errc::result_out_of_range) {
-        return Result<XVAny>::failure("too large for an unsigned 32-bit integer");
+        return Result<ParameterValue>::failure("too large for an unsigned 32-bit integer");
     }
     if (error != std::errc() || end != text.data() + text.size()) {
-        return Result<XVAny>::failure("expected a whole number (decimal digits only)");
+        return Result<ParameterValue>::failure("expected a whole number (decimal digits only)");
     }
-    return XVAny(value);
+    return ParameterValue(value);
 }
 
 bool ParameterValueParser::isDecimalNumber(const std::string& text) {
@@ -73,20 +73,20 @@ bool ParameterValueParser::isDecimalNumber(const std::string& text) {
     return position == text.size();
 }
 
-Result<XVAny> ParameterValueParser::parseFloat(const std::string& text) {
-    if (!isDecimalNumber(text)) return Result<XVAny>::failure("expected a decimal number");
+Result<ParameterValue> ParameterValueParser::parseFloat(const std::string& text) {
+    if (!isDecimalNumber(text)) return Result<ParameterValue>::failure("expected a decimal number");
     // from_chars does not take a leading '+'; the sign is checked above.
     const char* begin = text.data() + (text[0] == '+' ? 1 : 0);
     const char* end = text.data() + text.size();
     float value = 0.0f;
     const auto [stop, error] = std::from_chars(begin, end, value, std::chars_format::general);
     if (error == std::errc::result_out_of_range) {
-        return Result<XVAny>::failure("out of range for a 32-bit float");
+        return Result<ParameterValue>::failure("out of range for a 32-bit float");
     }
     if (error != std::errc() || stop != end || !std::isfinite(value)) {
-        return Result<XVAny>::failure("expected a decimal number");
+        return Result<ParameterValue>::failure("expected a decimal number");
     }
-    return XVAny(value);
+    return ParameterValue(value);
 }
 
 }  // namespace ostrana::fx

@@ -4,12 +4,17 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/ExtensionManager.h>
 
 #include "FxProcess.h"
 
 namespace ostrana::fx::testing {
 namespace {
+
+using extensions::audioeffects::EffectCatalogue;
+using extensions::audioeffects::NodeParameter;
+using extensions::audioeffects::NodeTypeEntry;
 
 const std::vector<std::string> kTypesInRegistrationOrder = {
     "AudioEffects.Delay", "AudioEffects.PingPongDelay", "AudioEffects.Vibrato",
@@ -33,7 +38,7 @@ TEST(FxListTest, PrintsTheExtensionAndItsNodeTypesInRegistrationOrder) {
     EXPECT_EQ(ExtensionManager::getInstance().getNodeTypeNames(), kTypesInRegistrationOrder);
     std::size_t previous = 0;
     for (const std::string& type : kTypesInRegistrationOrder) {
-        const std::size_t at = run.out.find("  " + type + "\n");
+        const std::size_t at = run.out.find("  " + type + " (");
         ASSERT_NE(at, std::string::npos) << type << " missing from:\n" << run.out;
         EXPECT_GT(at, previous) << type << " out of order";
         previous = at;
@@ -43,10 +48,10 @@ TEST(FxListTest, PrintsTheExtensionAndItsNodeTypesInRegistrationOrder) {
 TEST(FxListTest, ShowsDisplayNameDescriptionAndCategoriesOfEachType) {
     const FxRun run = FxProcess::run({"list"});
     ASSERT_EQ(run.exitStatus, 0);
-    const std::size_t pingPong = run.out.find("  AudioEffects.PingPongDelay\n");
-    ASSERT_NE(pingPong, std::string::npos);
+    const std::size_t pingPong = run.out.find("  AudioEffects.PingPongDelay (ping-pong-delay)\n");
+    ASSERT_NE(pingPong, std::string::npos) << run.out;
     const std::string block =
-        run.out.substr(pingPong, run.out.find("  AudioEffects.Vibrato\n") - pingPong);
+        run.out.substr(pingPong, run.out.find("  AudioEffects.Vibrato (vibrato)\n") - pingPong);
     EXPECT_NE(block.find("display name: Ping Pong Delay\n"), std::string::npos) << block;
     EXPECT_NE(block.find("description:  Applies a ping pong delay effect to the input audio "
                          "signal.\n"),
@@ -195,15 +200,28 @@ TEST(FxHelpTest, EverySubcommandHasHelp) {
     }
 }
 
-TEST(FxHelpTest, RenderHelpListsEachTypesParameters) {
+TEST(FxHelpTest, RenderHelpListsEachTypesParametersWithRangeAndDefault) {
     const FxRun run = FxProcess::run({"render", "--help"});
     ASSERT_EQ(run.exitStatus, 0);
-    EXPECT_NE(run.out.find("AudioEffects.PingPongDelay: enabled, delayMs, dryMix, wetMix, "
-                           "feedbackLevel"),
+    EXPECT_NE(run.out.find("  AudioEffects.PingPongDelay (ping-pong-delay)\n"
+                           "    enabled: switch, off or on, default on\n"
+                           "    delayMs: whole number, 1 to 1000 ms, default 200\n"
+                           "    dryMix: real number, 0 to 1, default 0.7\n"),
               std::string::npos)
         << run.out;
-    EXPECT_NE(run.out.find("AudioEffects.Chorus: enabled, sweepWidth, frequency"),
-              std::string::npos);
+    EXPECT_NE(run.out.find("    sweepWidth: real number, 0 to 0.05 s, default 0.025\n"
+                           "    frequency: real number, 0.01 to 5 Hz, default 0.2\n"),
+              std::string::npos)
+        << run.out;
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        const std::size_t at = run.out.find("  " + entry.typeName() + " (");
+        ASSERT_NE(at, std::string::npos) << entry.typeName();
+        for (const NodeParameter& parameter : entry.parameters) {
+            EXPECT_NE(run.out.find("    " + std::string(parameter.name) + ": ", at),
+                      std::string::npos)
+                << entry.typeName() << " " << parameter.name;
+        }
+    }
 }
 
 TEST(FxUsageTest, MissingOrUnknownCommandIsAUsageError) {
