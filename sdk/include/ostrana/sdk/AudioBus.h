@@ -1,11 +1,12 @@
 #pragma once
 
 #include <ostrana/sdk/AudioBuffer.h>
+#include <ostrana/sdk/Export.h>
 
 namespace ostrana {
 
 // One bus of audio as a node receives it: a buffer of 32-bit float samples.
-class AudioBus {
+class OSTRANA_SDK_EXPORT AudioBus {
   public:
     AudioBus() = default;
     AudioBus(unsigned int numberOfChannels, unsigned int frameCapacity, unsigned int sampleRate = 0)

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <ostrana/sdk/Export.h>
+
 namespace ostrana {
 
 // The format of one bus as negotiated before processing. A field left 0 is "not decided".
-struct AudioBusFormat {
+struct OSTRANA_SDK_EXPORT AudioBusFormat {
     unsigned int numberOfChannels = 0;
     unsigned int sampleRate = 0;
     unsigned int numberOfFrames = 0;

@@ -3,13 +3,14 @@
 #include <string>
 
 #include <ostrana/sdk/AudioBusList.h>
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Node.h>
 
 namespace ostrana {
 
 // A node that processes audio: it has a number of input and output buses, agrees their
 // formats before processing, then processes one block at a time on the audio thread.
-class AudioNode : public Node {
+class OSTRANA_SDK_EXPORT AudioNode : public Node {
   public:
     AudioNode(unsigned int numberOfInputs, unsigned int numberOfOutputs);
     ~AudioNode() override;

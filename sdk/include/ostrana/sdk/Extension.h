@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/NodeFactory.h>
 #include <ostrana/sdk/OstranaObject.h>
 #include <ostrana/sdk/Result.h>
@@ -12,7 +13,7 @@ namespace ostrana {
 
 // An extension: a named, described provider of a node factory. Its objects carry the type
 // name "extension".
-class Extension : public OstranaObject {
+class OSTRANA_SDK_EXPORT Extension : public OstranaObject {
   public:
     Extension();
     ~Extension() override;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Extension.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
@@ -23,7 +24,7 @@ namespace ostrana {
 //
 // Registration, lookups and loading may be called from any control thread; they are
 // serialised by a lock, and never belong on an audio thread.
-class ExtensionManager {
+class OSTRANA_SDK_EXPORT ExtensionManager {
   public:
     // Called after each registration, outside the lock, with the new extension. A host may
     // use the new extension at once, even while its library is still being loaded.

@@ -2,13 +2,14 @@
 
 #include <string>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/OstranaObject.h>
 
 namespace ostrana {
 
 // The base of every node of a graph. Nodes are made on the heap by a factory's creation
 // function and destroyed through the virtual destructor by whoever received them.
-class Node : public OstranaObject {
+class OSTRANA_SDK_EXPORT Node : public OstranaObject {
   public:
     explicit Node(const std::string& objectType = "node");
     ~Node() override;

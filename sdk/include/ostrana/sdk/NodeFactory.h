@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/Result.h>
@@ -17,7 +18,7 @@ using NodeCreateFunction = std::function<Node*(const XVAnyMap&)>;
 
 // Keeps node types, each a descriptor with its creation function, in registration order,
 // and creates nodes by fully qualified type name ("AudioEffects.Delay").
-class NodeFactory {
+class OSTRANA_SDK_EXPORT NodeFactory {
   public:
     NodeFactory();
     virtual ~NodeFactory();

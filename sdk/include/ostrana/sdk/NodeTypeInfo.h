@@ -3,13 +3,14 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
 namespace ostrana {
 
 // The description of one node type: who it is, how a user interface shows it, and its
 // schema. A plain value: copying copies everything it holds.
-struct NodeTypeInfo {
+struct OSTRANA_SDK_EXPORT NodeTypeInfo {
     std::string type;
     std::string subtype;
     std::string displayName;

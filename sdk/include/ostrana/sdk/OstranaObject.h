@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Result.h>
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
@@ -18,7 +19,7 @@ struct PropertyDescription {
 // The base of every host object that has properties. An object carries a type name and a
 // registry of properties, each with a schema and a getter and setter function.
 // Objects are not copyable: registered functions usually capture the object itself.
-class OstranaObject {
+class OSTRANA_SDK_EXPORT OstranaObject {
   public:
     explicit OstranaObject(const std::string& objectType);
     virtual ~OstranaObject();

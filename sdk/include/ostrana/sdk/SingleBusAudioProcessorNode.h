@@ -5,6 +5,7 @@
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioNode.h>
+#include <ostrana/sdk/Export.h>
 
 namespace ostrana {
 
@@ -15,7 +16,7 @@ namespace ostrana {
 // not hold exactly one bus each, when no format has been accepted, when the input carries
 // more channels than the accepted format, or when the output bus cannot hold the input's
 // channels and frames. So a node never sees a block it did not agree to.
-class SingleBusAudioProcessorNode : public AudioNode {
+class OSTRANA_SDK_EXPORT SingleBusAudioProcessorNode : public AudioNode {
   public:
     SingleBusAudioProcessorNode();
     ~SingleBusAudioProcessorNode() override;

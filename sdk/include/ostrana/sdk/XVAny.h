@@ -6,6 +6,7 @@
 #include <string_view>
 #include <variant>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Result.h>
 #include <ostrana/sdk/XVAnyConversionError.h>
 
@@ -16,7 +17,7 @@ class XVAnyMap;
 // A dynamically typed value with value semantics. It holds nothing (when default-made), a
 // bool, a signed or unsigned 32-bit integer, a float, a text, a map, or a property getter or
 // setter function. Maps are held immutably, so copies share them safely.
-class XVAny {
+class OSTRANA_SDK_EXPORT XVAny {
   public:
     using Getter = std::function<Result<XVAny>()>;
     using Setter = std::function<Result<void>(const XVAny&)>;
@@ -45,7 +46,7 @@ class XVAny {
     static T convert(const XVAny& value);
 
     // Equal kinds with equal contents; functions are never equal to anything.
-    friend bool operator==(const XVAny& a, const XVAny& b);
+    friend OSTRANA_SDK_EXPORT bool operator==(const XVAny& a, const XVAny& b);
 
   private:
     using MapPointer = std::shared_ptr<const XVAnyMap>;
@@ -55,21 +56,21 @@ class XVAny {
 };
 
 template <>
-bool XVAny::convert<bool>(const XVAny& value);
+OSTRANA_SDK_EXPORT bool XVAny::convert<bool>(const XVAny& value);
 template <>
-int XVAny::convert<int>(const XVAny& value);
+OSTRANA_SDK_EXPORT int XVAny::convert<int>(const XVAny& value);
 template <>
-unsigned int XVAny::convert<unsigned int>(const XVAny& value);
+OSTRANA_SDK_EXPORT unsigned int XVAny::convert<unsigned int>(const XVAny& value);
 template <>
-float XVAny::convert<float>(const XVAny& value);
+OSTRANA_SDK_EXPORT float XVAny::convert<float>(const XVAny& value);
 template <>
-std::string XVAny::convert<std::string>(const XVAny& value);
+OSTRANA_SDK_EXPORT std::string XVAny::convert<std::string>(const XVAny& value);
 template <>
-XVAnyMap XVAny::convert<XVAnyMap>(const XVAny& value);
+OSTRANA_SDK_EXPORT XVAnyMap XVAny::convert<XVAnyMap>(const XVAny& value);
 template <>
-XVAny::Getter XVAny::convert<XVAny::Getter>(const XVAny& value);
+OSTRANA_SDK_EXPORT XVAny::Getter XVAny::convert<XVAny::Getter>(const XVAny& value);
 template <>
-XVAny::Setter XVAny::convert<XVAny::Setter>(const XVAny& value);
+OSTRANA_SDK_EXPORT XVAny::Setter XVAny::convert<XVAny::Setter>(const XVAny& value);
 
 }  // namespace ostrana
 

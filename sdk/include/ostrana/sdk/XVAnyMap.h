@@ -6,12 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/XVAny.h>
 
 namespace ostrana {
 
 // Thrown by XVAnyMap::at for a key that the map does not hold; the message names the key.
-class XVAnyMapKeyError : public std::out_of_range {
+class OSTRANA_SDK_EXPORT XVAnyMapKeyError : public std::out_of_range {
   public:
     using std::out_of_range::out_of_range;
 };
@@ -19,7 +20,7 @@ class XVAnyMapKeyError : public std::out_of_range {
 // An owning map from text keys to values. Keys compare exactly (case matters). Entries keep
 // the order in which they were first given; a key given again replaces the earlier value in
 // place.
-class XVAnyMap {
+class OSTRANA_SDK_EXPORT XVAnyMap {
   public:
     using Entry = std::pair<std::string, XVAny>;
 
