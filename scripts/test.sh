@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, then builds and runs every test: the release build, then the
-# whole suite under AddressSanitizer with UBSan, then under ThreadSanitizer. Fails if any fails.
+# Installs what is missing, then builds and runs every test: the release build (and its
+# installed tree, run with the build tree moved away), then the whole suite under
+# AddressSanitizer with UBSan, then under ThreadSanitizer, then the fuzzers. Fails if any fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,6 +16,10 @@ for preset in release asan tsan; do
     fi
     echo "=== $preset: tests"
     ctest --preset "$preset" || failed+=("$preset tests")
+    if [ "$preset" = release ]; then
+        echo "=== release: the installed tree without the build tree"
+        scripts/check-installed-tree.sh || failed+=("installed tree")
+    fi
 done
 
 if [ -x scripts/run-fuzzers.sh ]; then

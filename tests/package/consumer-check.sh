@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Builds the two example consumers (examples/find-package with CMake, examples/pkg-config with
+# make) against an installed OstranaAudioEffects tree and runs them. Fails if a compile or link
+# line names the project's source or build tree, if a program loads a library from anywhere but
+# the installed tree, or if a program does not list the five node types and process its blocks.
+#
+# Usage: consumer-check.sh PREFIX SOURCE_DIR BUILD_DIR WORK_DIR
+set -euo pipefail
+prefix="$1" source_dir="$2" build_dir="$3" work="$4"
+mkdir -p "$work"
+
+fail() {
+    echo "consumer-check: $*" >&2
+    exit 1
+}
+
+# A log of build commands must not reach into the project's own trees for headers or
+# libraries (the consumers' own sources live in examples/, which is allowed).
+check_commands() {
+    local log="$1"
+    for forbidden in "$source_dir/sdk" "$source_dir/audioeffects" "$build_dir"; do
+        if grep -qF -- "$forbidden" "$log"; then
+            grep -F -- "$forbidden" "$log" | head -3 >&2
+            fail "$(basename "$log"): a build command uses $forbidden"
+        fi
+    done
+}
+
+# The program runs with no help from the environment, takes its libraries from the installed
+# tree, and does its job.
+check_program() {
+    local program="$1"
+    local libraries
+    libraries=$(env -u LD_LIBRARY_PATH ldd "$program" | grep -E 'libOstrana(SDK|AudioEffects)')
+    echo "$libraries"
+    while read -r line; do
+        case "$line" in
+            *"=> $prefix/"*) ;;
+            *) fail "$program loads a library from outside $prefix: $line" ;;
+        esac
+    done <<<"$libraries"
+    local output
+    output=$(env -u LD_LIBRARY_PATH "$program")
+    echo "$output"
+    for type in Delay PingPongDelay Vibrato Flanger Chorus; do
+        grep -q "AudioEffects\.$type " <<<"$output" || fail "$program does not list AudioEffects.$type"
+    done
+    grep -q "^processed 8 blocks of 512 stereo frames" <<<"$output" || fail "$program processed nothing"
+}
+
+echo "=== find_package consumer against $prefix"
+cmake -S "$source_dir/examples/find-package" -B "$work/find-package" \
+    -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >"$work/find-package.configure.log"
+cmake --build "$work/find-package" --verbose >"$work/find-package.build.log" 2>&1 ||
+    { cat "$work/find-package.build.log"; fail "the find_package consumer does not build"; }
+check_commands "$work/find-package.build.log"
+check_program "$work/find-package/chorus-host"
+
+echo "=== pkg-config consumer against $prefix"
+pkgconfig_dir=$(dirname "$(find "$prefix" -name ostrana-audioeffects.pc -print -quit)")
+[ -n "$pkgconfig_dir" ] || fail "no ostrana-audioeffects.pc below $prefix"
+PKG_CONFIG_PATH="$pkgconfig_dir" make -f "$source_dir/examples/pkg-config/Makefile" \
+    OUT="$work/pkg-config-host" >"$work/pkg-config.build.log" 2>&1 ||
+    { cat "$work/pkg-config.build.log"; fail "the pkg-config consumer does not build"; }
+check_commands "$work/pkg-config.build.log"
+check_program "$work/pkg-config-host"
+echo "consumer-check: both consumers built and ran against $prefix"
