@@ -18,4 +18,7 @@ function(ostrana_export_public_api target)
         SOVERSION ${PROJECT_VERSION_MAJOR}
         LINK_DEPENDS ${ARG_VERSION_SCRIPT})
     target_link_options(${target} PRIVATE "LINKER:--version-script=${ARG_VERSION_SCRIPT}")
+    # Debug information in every build, for the ABI check (abidw reads the types from it). It
+    # does not change the generated code; packages strip it.
+    target_compile_options(${target} PRIVATE -g)
 endfunction()
