@@ -9,6 +9,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libcli11-dev nlohmann-json3-dev libsndfile1-dev
     openjdk-17-jdk-headless
+    lv2-dev liblilv-dev lilv-utils sordi jalv jackd2 libjack-jackd2-dev
     "$@"
 )
 
