@@ -15,11 +15,13 @@ void loadBundle(LilvWorld* world, const std::string& directory) {
 }  // namespace
 
 BundleWorld::BundleWorld() : world_(lilv_world_new()) {
-    // LV2's core vocabulary, for the plug-in classes.
+    // LV2's core vocabulary (the files its bundle's manifest names), for the plug-in classes.
     loadBundle(world_, OSTRANA_LV2_CORE_BUNDLE "/");
-    loadBundle(world_, bundleDirectory());
-    lilv_world_load_specifications(world_);
+    LilvNode* core = lilv_new_uri(world_, "http://lv2plug.in/ns/lv2core");
+    lilv_world_load_resource(world_, core);
+    lilv_node_free(core);
     lilv_world_load_plugin_classes(world_);
+    loadBundle(world_, bundleDirectory());
 }
 
 BundleWorld::~BundleWorld() {
