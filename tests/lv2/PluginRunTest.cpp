@@ -5,6 +5,7 @@
 // heap.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -163,17 +164,20 @@ TEST_P(PluginRun, MatchesTheNodeBitForBitAndNeverTouchesTheHeap) {
 
 INSTANTIATE_TEST_SUITE_P(EveryPlugin, PluginRun, ::testing::ValuesIn(runCases()), caseName);
 
-// Runs a plug-in on input in blocks of 256 frames at the given rate, against a reference node.
+// Runs a plug-in on input in blocks of at most 256 frames at the given rate, against a
+// reference node.
 void expectSameAsReference(PluginInstance& plugin, const ExpectedPlugin& expected,
                            unsigned int sampleRate, std::size_t frames) {
+    constexpr std::size_t kBlock = 256;
     ReferenceNode reference(expected, sampleRate);
     const Channels input = makeInput(expected.channels, frames, sampleRate);
-    BlockBuffers buffers(expected.channels, 256);
-    for (std::size_t offset = 0; offset < frames; offset += 256) {
+    BlockBuffers buffers(expected.channels, kBlock);
+    for (std::size_t offset = 0; offset < frames; offset += kBlock) {
+        const auto length = static_cast<unsigned int>(std::min(kBlock, frames - offset));
         const std::vector<float*> outputs =
-            buffers.connect(plugin, Buffers::OutOfPlace, input, offset, 256);
-        plugin.run(256);
-        const Channels wanted = reference.process(input, offset, 256);
+            buffers.connect(plugin, Buffers::OutOfPlace, input, offset, length);
+        plugin.run(length);
+        const Channels wanted = reference.process(input, offset, length);
         for (unsigned int channel = 0; channel < expected.channels; ++channel) {
             ASSERT_EQ(firstDifference(outputs[channel], wanted[channel]), -1)
                 << sampleRate << " Hz, frame " << offset << ", channel " << channel;
