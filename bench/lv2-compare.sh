@@ -18,14 +18,14 @@
 #
 # Usage: bench/lv2-compare.sh [--rounds N] [--frames N] [--callgrind-frames N] [--no-build]
 #   --rounds N            lv2bench rounds (default 5)
-#   --frames N            frames per lv2bench measurement (default 4800000, 100 s of audio)
+#   --frames N            frames per lv2bench measurement (default 2400000, 50 s of audio)
 #   --callgrind-frames N  frames of the callgrind runs (default 96000)
 #   --no-build            use the bundle already built in build/lv2
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 rounds=5
-frames=4800000
+frames=2400000
 callgrindFrames=96000
 build=1
 usage() { sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; }
