@@ -61,7 +61,7 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/templates/copyright.in
     ${OSTRANA_GENERATED_DIR}/copyright @ONLY)
 
 set(OSTRANA_PACKAGES runtime ${OSTRANA_DEB_RUNTIME} dev ${OSTRANA_DEB_DEV} fx ${OSTRANA_DEB_FX})
-if(TARGET ostrana_lv2_bundle)
+if(TARGET ostrana-effects)
     list(APPEND OSTRANA_PACKAGES lv2 ${OSTRANA_DEB_LV2})
 endif()
 set(OSTRANA_COMPONENTS "")

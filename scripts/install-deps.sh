@@ -10,6 +10,7 @@ packages=(
     libcli11-dev nlohmann-json3-dev libsndfile1-dev
     openjdk-17-jdk-headless
     dpkg-dev fakeroot file lintian abigail-tools
+    lv2-dev liblilv-dev lilv-utils sordi jalv jackd2 libjack-jackd2-dev
     "$@"
 )
 

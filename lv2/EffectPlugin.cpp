@@ -1,0 +1,162 @@
+#include "EffectPlugin.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/ExtensionManager.h>
+#include <ostrana/sdk/XVAnyMap.h>
+
+namespace ostrana::lv2 {
+
+namespace {
+
+// A sample rate as the nodes take it: a whole number of hertz from 1 up, or 0 when the rate
+// is anything else.
+unsigned int wholeSampleRate(double sampleRate) {
+    const bool whole = std::isfinite(sampleRate) && sampleRate >= 1.0 &&
+                       sampleRate <= std::numeric_limits<unsigned int>::max() &&
+                       std::floor(sampleRate) == sampleRate;
+    return whole ? static_cast<unsigned int>(sampleRate) : 0;
+}
+
+bool sameBits(float a, float b) {
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+// Whether frames samples from a and from b share memory.
+bool overlap(const float* a, const float* b, std::uint32_t frames) {
+    const auto start = [](const float* p) { return reinterpret_cast<std::uintptr_t>(p); };
+    const std::uintptr_t bytes = static_cast<std::uintptr_t>(frames) * sizeof(float);
+    return start(a) < start(b) + bytes && start(b) < start(a) + bytes;
+}
+
+}  // namespace
+
+std::unique_ptr<EffectPlugin> EffectPlugin::create(const PluginVariant& variant,
+                                                   double sampleRate) {
+    const unsigned int rate = wholeSampleRate(sampleRate);
+    if (rate == 0) return nullptr;
+    std::unique_ptr<EffectPlugin> plugin(new EffectPlugin(variant, rate));
+    if (!plugin->adoptNode(plugin->makeNode())) return nullptr;
+    return plugin;
+}
+
+EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate)
+    : variant_(variant),
+      sampleRate_(sampleRate),
+      inputs_(variant.channels, nullptr),
+      outputs_(variant.channels, nullptr),
+      controls_(variant.entry->parameters.size(), nullptr),
+      sentControls_(variant.entry->parameters.size(), 0.0f),
+      scratch_(variant.channels, kChunkFrames, sampleRate),
+      inputViewList_{&inputView_},
+      outputViewList_{&outputView_},
+      scratchList_{&scratch_} {
+    inputView_.buffer = AudioBuffer<float>::view(variant.channels, kChunkFrames, sampleRate);
+    outputView_.buffer = AudioBuffer<float>::view(variant.channels, kChunkFrames, sampleRate);
+}
+
+EffectPlugin::~EffectPlugin() = default;
+
+std::unique_ptr<Node> EffectPlugin::makeNode() const {
+    Result<std::unique_ptr<Node>> created =
+        ExtensionManager::getInstance().createNode(variant_.typeName, XVAnyMap());
+    if (!created.isOk()) return nullptr;
+    std::unique_ptr<Node> node = std::move(created).value();
+    auto* processor = dynamic_cast<SingleBusAudioProcessorNode*>(node.get());
+    if (processor == nullptr) return nullptr;
+    AudioBusFormatList inputFormats{AudioBusFormat{variant_.channels, sampleRate_, 0}};
+    AudioBusFormatList outputFormats{AudioBusFormat{variant_.channels, sampleRate_, 0}};
+    if (!processor->setBusFormats(inputFormats, outputFormats)) return nullptr;
+    return node;
+}
+
+bool EffectPlugin::adoptNode(std::unique_ptr<Node> node) {
+    if (node == nullptr) return false;
+    node_ = std::move(node);
+    processor_ = dynamic_cast<SingleBusAudioProcessorNode*>(node_.get());
+    nodeHasRun_ = false;
+    controlsSent_ = false;
+    return true;
+}
+
+void EffectPlugin::connectPort(std::uint32_t port, void* data) noexcept {
+    const std::uint32_t channels = variant_.channels;
+    if (port < variant_.audioOutputPort(0)) {
+        inputs_[port] = static_cast<float*>(data);
+    } else if (port < variant_.controlPort(0)) {
+        outputs_[port - channels] = static_cast<float*>(data);
+    } else if (port < variant_.portCount()) {
+        controls_[port - variant_.controlPort(0)] = static_cast<const float*>(data);
+    }
+}
+
+void EffectPlugin::activate() {
+    if (nodeHasRun_) adoptNode(makeNode());
+    controlsSent_ = false;
+}
+
+bool EffectPlugin::portsConnected() const {
+    const auto connected = [](const auto* pointer) { return pointer != nullptr; };
+    return std::all_of(inputs_.begin(), inputs_.end(), connected) &&
+           std::all_of(outputs_.begin(), outputs_.end(), connected) &&
+           std::all_of(controls_.begin(), controls_.end(), connected);
+}
+
+void EffectPlugin::sendChangedControls() noexcept {
+    const auto parameters = variant_.entry->parameters;
+    for (std::size_t index = 0; index < parameters.size(); ++index) {
+        const float value = *controls_[index];
+        if (controlsSent_ && sameBits(value, sentControls_[index])) continue;
+        sentControls_[index] = value;
+        parameters[index].write(*node_, parameters[index].fromNumber(value));
+    }
+    controlsSent_ = true;
+}
+
+bool EffectPlugin::outputsOverlapOtherInputs(std::uint32_t frames) const {
+    for (std::size_t out = 0; out < outputs_.size(); ++out) {
+        for (std::size_t in = 0; in < inputs_.size(); ++in) {
+            const bool sameChannelInPlace = in == out && outputs_[out] == inputs_[in];
+            if (!sameChannelInPlace && overlap(outputs_[out], inputs_[in], frames)) return true;
+        }
+    }
+    return false;
+}
+
+void EffectPlugin::processChunk(std::uint32_t offset, std::uint32_t frames,
+                                bool throughScratch) noexcept {
+    AudioBusList& inputs = throughScratch ? scratchList_ : inputViewList_;
+    AudioBuffer<float>& input = inputs.front()->buffer;
+    AudioBuffer<float>& output = outputView_.buffer;
+    for (unsigned int channel = 0; channel < variant_.channels; ++channel) {
+        float* source = inputs_[channel] + offset;
+        if (throughScratch) {
+            std::memcpy(input.getChannel(channel), source, frames * sizeof(float));
+        } else {
+            input.attachChannel(channel, source);
+        }
+        output.attachChannel(channel, outputs_[channel] + offset);
+    }
+    input.setNumberOfFrames(frames);
+    output.setNumberOfFrames(frames);
+    processor_->process(inputs, outputViewList_);
+}
+
+void EffectPlugin::run(std::uint32_t frames) noexcept {
+    if (processor_ == nullptr || !portsConnected()) return;
+    sendChangedControls();
+    if (frames == 0) return;
+    nodeHasRun_ = true;
+    const bool throughScratch = outputsOverlapOtherInputs(frames);
+    for (std::uint32_t offset = 0; offset < frames; offset += kChunkFrames) {
+        processChunk(offset, std::min(kChunkFrames, frames - offset), throughScratch);
+    }
+}
+
+}  // namespace ostrana::lv2

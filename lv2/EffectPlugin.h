@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <ostrana/sdk/AudioBus.h>
+#include <ostrana/sdk/AudioBusList.h>
+#include <ostrana/sdk/Node.h>
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+
+#include "PluginVariant.h"
+
+namespace ostrana::lv2 {
+
+// One instance of a plug-in: a node of the variant's type, created by type name through the
+// host library, and the port buffers it is run on. The LV2 binary is one more host of the
+// extension; it drives the node through the same bus contract as every other host.
+//
+// instantiate, activate and the destructor may allocate (LV2's instantiation class). run
+// never allocates, locks, logs or throws: it reads every control port once, passes the
+// values that changed to the node, and processes the port buffers where they lie.
+class EffectPlugin {
+  public:
+    // Frames processed per call of the node's process; a longer run goes in chunks of this.
+    static constexpr unsigned int kChunkFrames = 4096;
+
+    // An instance at this sample rate, or nullptr when the rate is not a whole number of
+    // hertz the node accepts, or the node cannot be made.
+    static std::unique_ptr<EffectPlugin> create(const PluginVariant& variant, double sampleRate);
+
+    EffectPlugin(const EffectPlugin&) = delete;
+    EffectPlugin& operator=(const EffectPlugin&) = delete;
+    ~EffectPlugin();
+
+    void connectPort(std::uint32_t port, void* data) noexcept;
+    // Starts from a node as fresh as a new one (a new node, if the current one has run), and
+    // passes every control value to it on the next run.
+    void activate();
+    void run(std::uint32_t frames) noexcept;
+
+  private:
+    EffectPlugin(const PluginVariant& variant, unsigned int sampleRate);
+
+    // A new node of the variant's type with its format agreed, or nullptr.
+    std::unique_ptr<Node> makeNode() const;
+    bool adoptNode(std::unique_ptr<Node> node);
+    bool portsConnected() const;
+    void sendChangedControls() noexcept;
+    // Whether an output shares memory with the input of another channel, or with its own
+    // input displaced. Then the node would overwrite input it has yet to read, so the inputs
+    // are copied first, chunk by chunk (exact for hosts that connect ports to whole buffers,
+    // as LV2 hosts do).
+    bool outputsOverlapOtherInputs(std::uint32_t frames) const;
+    void processChunk(std::uint32_t offset, std::uint32_t frames, bool throughScratch) noexcept;
+
+    const PluginVariant& variant_;
+    unsigned int sampleRate_;
+    std::unique_ptr<Node> node_;
+    SingleBusAudioProcessorNode* processor_ = nullptr;
+    bool nodeHasRun_ = false;
+
+    std::vector<float*> inputs_;
+    std::vector<float*> outputs_;
+    std::vector<const float*> controls_;
+    // The control values last passed to the node; valid once controlsSent_ is set.
+    std::vector<float> sentControls_;
+    bool controlsSent_ = false;
+
+    // Views of the port buffers, and a bus of the instance's own to copy the inputs into when
+    // an output aliases another channel's input.
+    AudioBus inputView_;
+    AudioBus outputView_;
+    AudioBus scratch_;
+    AudioBusList inputViewList_;
+    AudioBusList outputViewList_;
+    AudioBusList scratchList_;
+};
+
+}  // namespace ostrana::lv2

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+#include "PluginVariant.h"
+
+namespace ostrana::lv2 {
+
+// The release a bundle describes, as LV2's minorVersion and microVersion.
+struct BundleVersion {
+    unsigned int minor = 0;
+    unsigned int micro = 0;
+};
+
+// The bundle's main Turtle file: the project and every plug-in with its ports, all from the
+// catalogue (names, defaults, ranges, units, kinds) and the LV2 class table.
+class PluginTurtle {
+  public:
+    static constexpr const char* kFileName = "ostrana-effects.ttl";
+
+    static std::string text(const BundleVersion& version);
+
+  private:
+    static std::string project();
+    static std::string plugin(const PluginVariant& variant, const BundleVersion& version);
+    static std::string audioPort(const PluginVariant& variant, bool input, unsigned int channel);
+    static std::string controlPort(const PluginVariant& variant, std::size_t parameter);
+};
+
+}  // namespace ostrana::lv2

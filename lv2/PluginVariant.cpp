@@ -1,0 +1,29 @@
+#include "PluginVariant.h"
+
+namespace ostrana::lv2 {
+
+namespace {
+
+// Channel suffixes beyond one channel: left and right.
+constexpr std::string_view kSymbolSuffixes[] = {"_l", "_r"};
+constexpr std::string_view kNameSuffixes[] = {" L", " R"};
+
+}  // namespace
+
+std::uint32_t PluginVariant::portCount() const {
+    return controlPort(entry->parameters.size());
+}
+
+std::string PluginVariant::audioPortSymbol(bool input, unsigned int channel) const {
+    std::string symbol = input ? "in" : "out";
+    if (channels > 1) symbol += kSymbolSuffixes[channel];
+    return symbol;
+}
+
+std::string PluginVariant::audioPortName(bool input, unsigned int channel) const {
+    std::string name = input ? "In" : "Out";
+    if (channels > 1) name += kNameSuffixes[channel];
+    return name;
+}
+
+}  // namespace ostrana::lv2

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <ostrana/audioeffects/NodeTypeEntry.h>
+
+namespace ostrana::lv2 {
+
+// One LV2 plug-in of the bundle: a node type of the catalogue run on a fixed channel count.
+//
+// Ports, in index order: the audio inputs (one per channel), the audio outputs (one per
+// channel), then one control input per catalogue parameter, in the catalogue's order.
+struct PluginVariant {
+    const extensions::audioeffects::NodeTypeEntry* entry = nullptr;
+    unsigned int channels = 0;
+    // The catalogue's fully qualified node type name, by which the plug-in creates its node.
+    std::string typeName;
+    // The plug-in's stable URI and its name for people.
+    std::string uri;
+    std::string name;
+
+    std::uint32_t portCount() const;
+    std::uint32_t audioInputPort(unsigned int channel) const { return channel; }
+    std::uint32_t audioOutputPort(unsigned int channel) const { return channels + channel; }
+    std::uint32_t controlPort(std::size_t parameter) const {
+        return 2 * channels + static_cast<std::uint32_t>(parameter);
+    }
+    // The symbol and name of an audio port: "in"/"out" on one channel, "in_l"/"out_r" on two.
+    std::string audioPortSymbol(bool input, unsigned int channel) const;
+    std::string audioPortName(bool input, unsigned int channel) const;
+};
+
+}  // namespace ostrana::lv2

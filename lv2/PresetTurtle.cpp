@@ -1,0 +1,83 @@
+#include "PresetTurtle.h"
+
+#include <stdexcept>
+
+#include <ostrana/audioeffects/EffectCatalogue.h>
+
+#include "PluginList.h"
+#include "TurtleText.h"
+
+namespace ostrana::lv2 {
+
+namespace {
+
+using extensions::audioeffects::EffectCatalogue;
+using extensions::audioeffects::NodeParameter;
+using extensions::audioeffects::NodeTypeEntry;
+using extensions::audioeffects::ParameterValue;
+
+// The preset's value of one parameter: its setting, checked against the catalogue, or the
+// catalogue's default.
+ParameterValue valueOf(const FactoryPreset& preset, const NodeParameter& parameter) {
+    for (const PresetSetting& setting : preset.settings) {
+        if (setting.parameter != parameter.name) continue;
+        const ParameterValue value = parameter.fromNumber(setting.value);
+        if (!parameter.contains(value)) {
+            throw std::invalid_argument("preset " + PresetTurtle::uriOf(preset) + ": " +
+                                        std::string(parameter.name) + " lies outside " +
+                                        parameter.rangeText());
+        }
+        return value;
+    }
+    return parameter.defaultValue;
+}
+
+void checkNamesExist(const FactoryPreset& preset, const NodeTypeEntry& entry) {
+    for (const PresetSetting& setting : preset.settings) {
+        if (entry.findParameter(setting.parameter) == nullptr) {
+            throw std::invalid_argument("preset " + PresetTurtle::uriOf(preset) +
+                                        ": no parameter " + std::string(setting.parameter));
+        }
+    }
+}
+
+}  // namespace
+
+std::string PresetTurtle::uriOf(const FactoryPreset& preset) {
+    return std::string(PluginList::kProjectUri) + "/presets/" + std::string(preset.shortName) +
+           "-" + std::string(preset.slug);
+}
+
+std::string PresetTurtle::appliesTo(const FactoryPreset& preset) {
+    std::string plugins;
+    for (const PluginVariant& plugin : PluginList::plugins()) {
+        if (plugin.entry->shortName != preset.shortName) continue;
+        plugins += (plugins.empty() ? "" : " , ") + TurtleText::resource(plugin.uri);
+    }
+    return plugins;
+}
+
+std::string PresetTurtle::text() {
+    std::string text = TurtleText::prefixes();
+    for (const FactoryPreset& preset : FactoryPresetTable::all()) {
+        if (!appliesTo(preset).empty()) text += PresetTurtle::preset(preset);
+    }
+    return text;
+}
+
+std::string PresetTurtle::preset(const FactoryPreset& preset) {
+    const NodeTypeEntry& entry = *EffectCatalogue::find(preset.shortName);
+    checkNamesExist(preset, entry);
+    std::string text = TurtleText::resource(uriOf(preset)) + "\n    a pset:Preset ;\n";
+    text += "    lv2:appliesTo " + appliesTo(preset) + " ;\n";
+    text += "    rdfs:label " + TurtleText::literal(preset.label) + " ;\n    lv2:port ";
+    std::string ports;
+    for (const NodeParameter& parameter : entry.parameters) {
+        ports += (ports.empty() ? "" : " , ") + std::string("[\n        lv2:symbol ") +
+                 TurtleText::literal(parameter.name) + " ;\n        pset:value " +
+                 TurtleText::number(valueOf(preset, parameter)) + "\n    ]";
+    }
+    return text + ports + " .\n\n";
+}
+
+}  // namespace ostrana::lv2

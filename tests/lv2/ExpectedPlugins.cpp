@@ -1,0 +1,42 @@
+#include "ExpectedPlugins.h"
+
+#include <ostrana/audioeffects/EffectCatalogue.h>
+
+namespace ostrana::lv2::testing {
+
+namespace {
+
+constexpr const char* kProjectUri = "https://dravolt.com/lv2/ostrana-effects/";
+
+}  // namespace
+
+std::string ExpectedPlugin::label() const {
+    std::string name(entry->shortName);
+    for (char& c : name) c = c == '-' ? '_' : c;
+    return channels == 1 ? name + "_mono" : name;
+}
+
+std::vector<ExpectedPlugin> expectedPlugins() {
+    std::vector<ExpectedPlugin> plugins;
+    for (const auto& entry : extensions::audioeffects::EffectCatalogue::nodeTypes()) {
+        const std::string uri = kProjectUri + std::string(entry.shortName);
+        if (entry.acceptsChannels(2)) plugins.push_back({&entry, 2, uri});
+        if (entry.minChannels == 1) plugins.push_back({&entry, 1, uri + "-mono"});
+    }
+    return plugins;
+}
+
+void PrintTo(const ExpectedPlugin& plugin, std::ostream* stream) {
+    *stream << plugin.uri;
+}
+
+std::string bundleDirectory() {
+    return OSTRANA_LV2_BUNDLE "/";
+}
+
+std::string bundleParentDirectory() {
+    std::string bundle = OSTRANA_LV2_BUNDLE;
+    return bundle.substr(0, bundle.find_last_of('/') + 1);
+}
+
+}  // namespace ostrana::lv2::testing
