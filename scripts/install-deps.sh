@@ -9,6 +9,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libcli11-dev nlohmann-json3-dev libsndfile1-dev
     openjdk-17-jdk-headless
+    python3-dev python3-venv pybind11-dev python3-numpy python3-pytest python3-soundfile
     "$@"
 )
 
