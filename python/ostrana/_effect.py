@@ -26,6 +26,9 @@ class Effect:
         self._start(self.type_name, allow_out_of_range, parameters)
 
     def _start(self, type_name, allow_out_of_range, parameters):
+        if type_name is None:
+            raise TypeError("Effect is the base of the effect classes: make an effect of a "
+                            "class such as ostrana.Delay, or by type name with ostrana.create")
         self._node = _ostrana.Node(type_name)
         self._position = 0
         self.allow_out_of_range = bool(allow_out_of_range)
