@@ -8,7 +8,9 @@ For each catalogue node type and block size, the cpu time per channel-sample of:
   the call continuing the node, and the default call (reset=True), which makes a fresh node
   for every call (after the first).
 Both time the calling thread's cpu time (the module processes in the calling thread). Each
-round runs the C++ program, then the Python calls; the table shows medians over the rounds.
+round takes the block sizes in turn, running the C++ program and then the Python calls for
+each, so that changes in the machine's load fall on both alike; the table shows medians over
+the rounds.
 Then the call overhead: calls of one 512-frame block each, against the C++ cost of a block.
 
 Usage: python_speed.py --bin DIR [--rounds N] [--seconds S] [--repetitions N]
@@ -33,10 +35,10 @@ TARGET_FROM_BLOCK = 512
 SAMPLE_RATE = 48000
 
 
-def cpp_round(binary, seconds, repetitions):
+def cpp_round(binary, seconds, repetitions, block):
     """{(type, block, reset): ns per channel-sample} from one run of the C++ program, reset
     False for the continuing node and True for the fresh one."""
-    command = [binary, str(seconds), str(repetitions), *map(str, BLOCKS)]
+    command = [binary, str(seconds), str(repetitions), str(block)]
     lines = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     results = {}
     for line in lines.splitlines():
@@ -57,17 +59,16 @@ def timed(call, repetitions):
     return statistics.median(seconds)
 
 
-def python_round(audio, repetitions):
+def python_round(audio, repetitions, block):
     """{(type, block, reset): ns per channel-sample} for the Python calls."""
     channel_samples = audio.size
     results = {}
-    for block in BLOCKS:
-        for entry in ostrana.node_types():
-            effect = ostrana.create(entry["type_name"])
-            for reset in (False, True):
-                seconds = timed(lambda: effect(audio, SAMPLE_RATE, block_size=block, reset=reset),
-                                repetitions)
-                results[(entry["type_name"], block, reset)] = seconds / channel_samples * 1e9
+    for entry in ostrana.node_types():
+        effect = ostrana.create(entry["type_name"])
+        for reset in (False, True):
+            seconds = timed(lambda: effect(audio, SAMPLE_RATE, block_size=block, reset=reset),
+                            repetitions)
+            results[(entry["type_name"], block, reset)] = seconds / channel_samples * 1e9
     return results
 
 
@@ -90,7 +91,7 @@ def cpu_name():
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--bin", required=True, help="where catalogue_block_benchmark is")
-    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--rounds", type=int, default=7)
     parser.add_argument("--seconds", type=float, default=10.0)
     parser.add_argument("--repetitions", type=int, default=5)
     arguments = parser.parse_args()
@@ -103,8 +104,12 @@ def main():
     cpp_rounds, python_rounds, overheads = [], [], []
     for round_number in range(arguments.rounds):
         print(f"round {round_number + 1} of {arguments.rounds}", flush=True)
-        cpp_rounds.append(cpp_round(binary, arguments.seconds, arguments.repetitions))
-        python_rounds.append(python_round(audio, arguments.repetitions))
+        cpp_results, python_results = {}, {}
+        for block in BLOCKS:
+            cpp_results.update(cpp_round(binary, arguments.seconds, arguments.repetitions, block))
+            python_results.update(python_round(audio, arguments.repetitions, block))
+        cpp_rounds.append(cpp_results)
+        python_rounds.append(python_results)
         overheads.append(call_overhead(audio, 2000))
 
     def median_of(rounds, key):
