@@ -7,7 +7,8 @@ For each catalogue node type and block size, the cpu time per channel-sample of:
 - Python: effect(audio, 48000, block_size=B, reset=False) on a signal of the same length,
   the call continuing the node, and the default call (reset=True), which makes a fresh node
   for every call (after the first).
-Both time the calling thread's cpu time (the module processes in the calling thread). Each
+Both time the calling thread's cpu time (the module processes in the calling thread) and
+keep the least of a round's passes, since the machine's other load only ever adds time. Each
 round takes the block sizes in turn, running the C++ program and then the Python calls for
 each, so that changes in the machine's load fall on both alike; the table shows medians over
 the rounds.
@@ -49,20 +50,25 @@ def cpp_round(binary, seconds, repetitions, block):
 
 
 def timed(call, repetitions):
-    """The median thread cpu seconds of repetitions calls, after one unmeasured call."""
+    """The least thread cpu seconds of repetitions calls, after one unmeasured call."""
     call()
     seconds = []
     for _ in range(repetitions):
         start = time.thread_time()
         call()
         seconds.append(time.thread_time() - start)
-    return statistics.median(seconds)
+    return min(seconds)
 
 
 def python_round(audio, repetitions, block):
     """{(type, block, reset): ns per channel-sample} for the Python calls."""
     channel_samples = audio.size
     results = {}
+    # Unmeasured work first, as the C++ program does, so that no effect is timed while the
+    # machine is still settling after the C++ program's run.
+    warm_up = ostrana.create(ostrana.node_types()[0]["type_name"])
+    for _ in range(repetitions):
+        warm_up(audio, SAMPLE_RATE, block_size=block, reset=False)
     for entry in ostrana.node_types():
         effect = ostrana.create(entry["type_name"])
         for reset in (False, True):
@@ -117,8 +123,8 @@ def main():
 
     print()
     print(f"{datetime.date.today()}, CPU {cpu_name()}, {arguments.seconds:g} s of stereo "
-          f"48 kHz noise, medians of {arguments.rounds} rounds of {arguments.repetitions} "
-          "passes, thread cpu time")
+          f"48 kHz noise, thread cpu time: medians of {arguments.rounds} rounds, each the least "
+          f"of {arguments.repetitions} passes")
     print()
     print("| node type | block | continuing: C++ ns | Python ns | Python / C++ "
           "| fresh node: C++ ns | Python ns | Python / C++ |")
