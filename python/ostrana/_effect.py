@@ -1,0 +1,189 @@
+"""Effects: one node each, made by type name through the host library. The catalogue's node
+types get a class each (Delay, PingPongDelay, ...), built here from the catalogue's data."""
+
+import inspect
+
+from . import _audio, _ostrana
+
+
+class Effect:
+    """An effect on audio arrays: call it as effect(audio, sample_rate).
+
+    Parameters are keyword arguments and properties. A value outside the catalogue's range is
+    refused with a ValueError unless the effect was made with allow_out_of_range=True (which
+    then applies to every later setting too). Setting a parameter is safe from any thread, also
+    while another thread's call is processing: see the README's thread-safety notes.
+    """
+
+    __slots__ = ("_node", "_position", "allow_out_of_range")
+
+    # The fully qualified node type name; each catalogue class sets its own.
+    type_name = None
+    # The catalogue's data on the node type (None for a type of another extension).
+    catalogue = None
+
+    def __init__(self, *, allow_out_of_range=False, **parameters):
+        self._start(self.type_name, allow_out_of_range, parameters)
+
+    def _start(self, type_name, allow_out_of_range, parameters):
+        if type_name is None:
+            raise TypeError("Effect is the base of the effect classes: make an effect of a "
+                            "class such as ostrana.Delay, or by type name with ostrana.create")
+        self._node = _ostrana.Node(type_name)
+        self._position = 0
+        self.allow_out_of_range = bool(allow_out_of_range)
+        known = self.parameter_names()
+        for name, value in parameters.items():
+            if name not in known:
+                raise TypeError(
+                    f"{type(self).__name__}() got an unexpected keyword argument {name!r}; "
+                    f"parameters: {', '.join(known) or 'none'}")
+            self._node.set(name, value, self.allow_out_of_range)
+
+    def parameter_names(self):
+        """The parameters' Python names, in the catalogue's order."""
+        if self.catalogue is None:
+            return ()
+        return tuple(parameter["python_name"] for parameter in self.catalogue["parameters"])
+
+    def __call__(self, audio, sample_rate, *, block_size=512, reset=True):
+        """Processes audio, (channels, frames) or 1-D mono, float32 or float64, at sample_rate,
+        in blocks of block_size frames. Returns a new float32 array of the input's shape.
+
+        reset=True processes as a fresh effect; reset=False continues from the previous call,
+        so a signal processed in pieces gives exactly the samples of one call."""
+        return _audio.run(self, [self._node], audio, sample_rate, block_size, reset)
+
+    @property
+    def parameters(self):
+        """The parameter values as a plain dict of Python names."""
+        return {name: self._node.get(name) for name in self.parameter_names()}
+
+    @classmethod
+    def from_parameters(cls, parameters, *, allow_out_of_range=False):
+        """An effect of this class with these parameter values (a dict as `parameters` gives)."""
+        return cls(allow_out_of_range=allow_out_of_range, **parameters)
+
+    def to_dict(self):
+        """The effect as plain data with the catalogue's parameter names: the form a chain
+        saves as JSON, and the names the command line's --set takes."""
+        values = {}
+        if self.catalogue is not None:
+            for parameter in self.catalogue["parameters"]:
+                values[parameter["name"]] = self._node.get(parameter["name"])
+        data = {"type": self.type_name, "parameters": values}
+        if self.allow_out_of_range:
+            data["allow_out_of_range"] = True
+        return data
+
+    def __repr__(self):
+        values = [f"{name}={value!r}" for name, value in self.parameters.items()]
+        if self.allow_out_of_range:
+            values.append("allow_out_of_range=True")
+        return f"{type(self).__name__}({', '.join(values)})"
+
+    def __eq__(self, other):
+        if not isinstance(other, Effect):
+            return NotImplemented
+        return self.type_name == other.type_name and self.parameters == other.parameters
+
+    __hash__ = None
+
+    def __copy__(self):
+        """An effect of the same type with the same parameters, fresh: no delayed samples."""
+        return create(self.type_name, allow_out_of_range=self.allow_out_of_range,
+                      **self.parameters)
+
+    def __deepcopy__(self, memo):
+        return self.__copy__()
+
+
+class NodeEffect(Effect):
+    """An effect of a node type outside the catalogue, made by its type name; it has no
+    parameters here and works at its node's defaults."""
+
+    __slots__ = ("_type_name",)
+
+    def __init__(self, type_name, *, allow_out_of_range=False, **parameters):
+        self._type_name = type_name
+        self._start(type_name, allow_out_of_range, parameters)
+
+    @property
+    def type_name(self):
+        return self._type_name
+
+    def __repr__(self):
+        return f"NodeEffect({self.type_name!r})"
+
+
+def _parameter_doc(parameter):
+    return (f"{parameter['description']} A {parameter['kind']}, {parameter['range']}; "
+            f"default {parameter['default']!r}.")
+
+
+def _parameter_property(parameter):
+    name = parameter["python_name"]
+
+    def get(self):
+        return self._node.get(name)
+
+    def set(self, value):
+        self._node.set(name, value, self.allow_out_of_range)
+
+    return property(get, set, doc=_parameter_doc(parameter))
+
+
+def _class_doc(entry):
+    channels = (f"exactly {entry['min_channels']}" if entry["min_channels"] ==
+                entry["max_channels"] else f"{entry['min_channels']} to {entry['max_channels']}")
+    lines = [f"{entry['display_name']} ({entry['type_name']}): {entry['description']}",
+             f"Takes audio of {channels} channels.", "", "Parameters (keyword arguments):"]
+    lines += [f"    {p['python_name']}: {_parameter_doc(p)}" for p in entry["parameters"]]
+    return "\n".join(lines)
+
+
+def _signature(entry):
+    keyword = inspect.Parameter.KEYWORD_ONLY
+    parameters = [inspect.Parameter(p["python_name"], keyword, default=p["default"])
+                  for p in entry["parameters"]]
+    parameters.append(inspect.Parameter("allow_out_of_range", keyword, default=False))
+    return inspect.Signature(parameters)
+
+
+def effect_class(entry):
+    """The class of one catalogue node type: its name is the descriptor's subtype, its
+    properties and keyword arguments the parameters in snake_case."""
+    namespace = {
+        "__slots__": (),
+        "__doc__": _class_doc(entry),
+        "__module__": __package__,
+        "__signature__": _signature(entry),
+        "type_name": entry["type_name"],
+        "catalogue": entry,
+    }
+    for parameter in entry["parameters"]:
+        namespace[parameter["python_name"]] = _parameter_property(parameter)
+    return type(entry["class_name"], (Effect,), namespace)
+
+
+CLASSES = {entry["type_name"]: effect_class(entry) for entry in _ostrana.node_types()}
+
+
+def create(type_name, *, allow_out_of_range=False, **parameters):
+    """An effect of any node type of any loaded extension, by its fully qualified name."""
+    cls = CLASSES.get(type_name)
+    if cls is not None:
+        return cls(allow_out_of_range=allow_out_of_range, **parameters)
+    return NodeEffect(type_name, allow_out_of_range=allow_out_of_range, **parameters)
+
+
+def from_dict(data):
+    """An effect from the plain data that to_dict gives (catalogue or Python names)."""
+    cls = CLASSES.get(data["type"])
+    python_names = {}
+    if cls is not None:
+        python_names = {p["name"]: p["python_name"] for p in cls.catalogue["parameters"]}
+    parameters = {python_names.get(name, name): value
+                  for name, value in data.get("parameters", {}).items()}
+    return create(data["type"], allow_out_of_range=data.get("allow_out_of_range", False),
+                  **parameters)

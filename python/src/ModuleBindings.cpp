@@ -1,0 +1,60 @@
+// The extension module _ostrana: the catalogue, descriptors and extension loading of the host
+// library, the node behind each Python effect, and the processing call. The package ostrana
+// builds its Python classes on it.
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <ostrana/audioeffects/EffectCatalogue.h>
+#include <ostrana/sdk/ExtensionManager.h>
+
+#include "CatalogueConversion.h"
+#include "DescriptorConversion.h"
+#include "EffectCall.h"
+#include "EffectNode.h"
+#include "ModuleFunctions.h"
+#include "ParameterConversion.h"
+
+namespace py = pybind11;
+using ostrana::python::EffectCall;
+using ostrana::python::EffectNode;
+using ostrana::python::ModuleFunctions;
+
+PYBIND11_MODULE(_ostrana, module) {
+    module.doc() = "The host library and the AudioEffects catalogue, for the package ostrana.";
+
+    module.def("node_types", &ostrana::python::CatalogueConversion::nodeTypes,
+               "Every node type of the AudioEffects catalogue, with its parameters, as dicts.");
+    module.def("type_names", &ModuleFunctions::typeNames,
+               "The fully qualified names of every node type of every loaded extension.");
+    module.def("describe", &ModuleFunctions::describe, py::arg("name"),
+               "The descriptor of a node type of any loaded extension, as a dict.");
+    module.def("load_extension", &ModuleFunctions::loadExtension, py::arg("path"),
+               "Loads an extension library; returns the node type names it added.");
+
+    py::class_<EffectNode>(module, "Node")
+        .def(py::init<std::string>(), py::arg("type_name"))
+        .def_property_readonly("type_name", &EffectNode::typeName)
+        .def_property_readonly("in_catalogue",
+                               [](const EffectNode& node) { return node.entry() != nullptr; })
+        .def("get", &ModuleFunctions::getParameter, py::arg("name"))
+        .def("set", &ModuleFunctions::setParameter, py::arg("name"), py::arg("value"),
+             py::arg("allow_out_of_range") = false)
+        .def_property_readonly("busy", &EffectNode::busy)
+        .def_property_readonly("input_address", &EffectNode::inputAddress,
+                               "The address of the first input sample of the last call.");
+
+    module.def(
+        "process",
+        [](const std::vector<EffectNode*>& nodes, const EffectCall::Audio& audio,
+           unsigned int sampleRate, unsigned int blockFrames, std::uint64_t position, bool reset) {
+            return EffectCall::run(nodes, audio, {sampleRate, blockFrames, position, reset});
+        },
+        py::arg("nodes"), py::arg("audio").noconvert(), py::arg("sample_rate"),
+        py::arg("block_size"), py::arg("position"), py::arg("reset"),
+        "Runs the nodes in order over a C-contiguous float32 (channels, frames) array.");
+}
