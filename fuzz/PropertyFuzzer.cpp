@@ -338,8 +338,9 @@ std::vector<std::string> namesOf(const std::vector<Property>& properties) {
 
 class PropertyProgram {
   public:
-    PropertyProgram(const NodeTypeEntry& entry, const Keys& keys, SingleBusAudioProcessorNode& node)
-        : entry_(entry), properties_(propertiesOf(entry)), keys_(keys), node_(node) {}
+    PropertyProgram(const NodeTypeEntry& entry, const std::vector<Property>& properties,
+                    const Keys& keys, SingleBusAudioProcessorNode& node)
+        : entry_(entry), properties_(properties), keys_(keys), node_(node) {}
 
     void run(ByteReader& reader) {
         AudioBusFormatList inputs{AudioBusFormat{entry_.maxChannels, 48000, 0}};
@@ -495,7 +496,7 @@ class PropertyProgram {
     }
 
     const NodeTypeEntry& entry_;
-    const std::vector<Property> properties_;
+    const std::vector<Property>& properties_;
     const Keys& keys_;
     SingleBusAudioProcessorNode& node_;
 };
@@ -507,10 +508,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<const NodeTypeEntry*>& types = typesWithProperties();
     require(!types.empty(), "some catalogued node type declares host properties");
     const NodeTypeEntry& entry = *types[reader.takeIndex(static_cast<unsigned int>(types.size()))];
-    const Keys keys = keysFor(namesOf(propertiesOf(entry)));
+    const std::vector<Property> properties = propertiesOf(entry);
+    const Keys keys = keysFor(namesOf(properties));
     const XVAnyMap configuration = takeMap(reader, keys, 0);
     const std::unique_ptr<SingleBusAudioProcessorNode> node =
         ostrana::fuzz::createProcessor(entry, configuration, kFuzzer);
-    PropertyProgram(entry, keys, *node).run(reader);
+    PropertyProgram(entry, properties, keys, *node).run(reader);
     return 0;
 }
