@@ -16,9 +16,9 @@ void requireInvariant(bool condition, const char* fuzzer, const char* what);
 // The node factory the fuzzers make their nodes with, built once.
 extensions::audioeffects::AudioEffectsNodeFactory& nodeFactory();
 
-// A node of the entry's type, made by the factory by its type name from configuration, as a
-// host makes it. Stops the run, naming the fuzzer, when the factory refuses or the node is not
-// a single-bus audio processor.
+// A node of the type of entry, one of the catalogue's own entries, made by the factory by its
+// type name from configuration, as a host makes it. Stops the run, naming the fuzzer, when the
+// factory refuses or the node is not a single-bus audio processor.
 std::unique_ptr<SingleBusAudioProcessorNode> createProcessor(
     const extensions::audioeffects::NodeTypeEntry& entry, const XVAnyMap& configuration,
     const char* fuzzer);

@@ -34,6 +34,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -85,18 +86,6 @@ const std::vector<NodeTypeInfo>& nodeTypes() {
             descriptors.push_back(entry.describe());
         }
         return descriptors;
-    }();
-    return types;
-}
-
-// The catalogued types whose descriptors declare host properties, in the catalogue's order.
-const std::vector<const NodeTypeEntry*>& typesWithProperties() {
-    static const std::vector<const NodeTypeEntry*> types = [] {
-        std::vector<const NodeTypeEntry*> found;
-        for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
-            if (!entry.describe().properties.empty()) found.push_back(&entry);
-        }
-        return found;
     }();
     return types;
 }
@@ -336,6 +325,29 @@ std::vector<std::string> namesOf(const std::vector<Property>& properties) {
     return names;
 }
 
+// A catalogued type whose descriptor declares host properties, with its properties and the
+// keys its programs pick from.
+struct TypeWithProperties {
+    const NodeTypeEntry* entry;
+    std::vector<Property> properties;
+    Keys keys;
+};
+
+// The catalogued types with host properties, in the catalogue's order, found once.
+const std::vector<TypeWithProperties>& typesWithProperties() {
+    static const std::vector<TypeWithProperties> types = [] {
+        std::vector<TypeWithProperties> found;
+        for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+            std::vector<Property> properties = propertiesOf(entry);
+            if (properties.empty()) continue;
+            Keys keys = keysFor(namesOf(properties));
+            found.push_back({&entry, std::move(properties), std::move(keys)});
+        }
+        return found;
+    }();
+    return types;
+}
+
 class PropertyProgram {
   public:
     PropertyProgram(const NodeTypeEntry& entry, const std::vector<Property>& properties,
@@ -505,14 +517,13 @@ class PropertyProgram {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteReader reader(data, size);
-    const std::vector<const NodeTypeEntry*>& types = typesWithProperties();
+    const std::vector<TypeWithProperties>& types = typesWithProperties();
     require(!types.empty(), "some catalogued node type declares host properties");
-    const NodeTypeEntry& entry = *types[reader.takeIndex(static_cast<unsigned int>(types.size()))];
-    const std::vector<Property> properties = propertiesOf(entry);
-    const Keys keys = keysFor(namesOf(properties));
-    const XVAnyMap configuration = takeMap(reader, keys, 0);
+    const TypeWithProperties& type =
+        types[reader.takeIndex(static_cast<unsigned int>(types.size()))];
+    const XVAnyMap configuration = takeMap(reader, type.keys, 0);
     const std::unique_ptr<SingleBusAudioProcessorNode> node =
-        ostrana::fuzz::createProcessor(entry, configuration, kFuzzer);
-    PropertyProgram(entry, properties, keys, *node).run(reader);
+        ostrana::fuzz::createProcessor(*type.entry, configuration, kFuzzer);
+    PropertyProgram(*type.entry, type.properties, type.keys, *node).run(reader);
     return 0;
 }
