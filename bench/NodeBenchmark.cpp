@@ -1,6 +1,7 @@
 // Cost of each effect node's process on stereo 48 kHz blocks of 32, 256 and 4096 frames, reported
 // as channel-samples per second and as cpu time per channel-sample (per_sample, in seconds with
-// an SI prefix), beside a bare loop of sinf calls. Adding a node is one line in kNodes.
+// an SI prefix), beside a bare loop of sinf calls. Every node type of the extension's catalogue
+// is measured, under its short name ("delay/256", "ping-pong-delay/32", ...).
 
 #include <benchmark/benchmark.h>
 
@@ -8,14 +9,12 @@
 #include <cstdint>
 #include <memory>
 #include <random>
+#include <string>
 
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
@@ -30,26 +29,14 @@ using namespace ostrana::extensions::audioeffects;
 constexpr unsigned int kChannels = 2;
 constexpr unsigned int kSampleRate = 48000;
 
-using NodeMaker = std::unique_ptr<SingleBusAudioProcessorNode> (*)();
-
-struct NodeEntry {
-    const char* name;
-    NodeMaker make;
-};
-
-// The benchmarked nodes, each with the way the factory builds it.
-const NodeEntry kNodes[] = {
-    {"DelayNode", [] { return std::unique_ptr<SingleBusAudioProcessorNode>(new DelayNode(2)); }},
-    {"PingPongDelayNode",
-     [] {
-         return std::unique_ptr<SingleBusAudioProcessorNode>(new PingPongDelayNode(XVAnyMap()));
-     }},
-    {"ChorusNode", [] { return std::unique_ptr<SingleBusAudioProcessorNode>(new ChorusNode(2)); }},
-    {"FlangerNode",
-     [] { return std::unique_ptr<SingleBusAudioProcessorNode>(new FlangerNode(2)); }},
-    {"VibratoNode",
-     [] { return std::unique_ptr<SingleBusAudioProcessorNode>(new VibratoNode(2)); }},
-};
+// A node of the entry's type as the catalogue makes it, or nullptr when it is no single-bus
+// audio processor.
+std::unique_ptr<SingleBusAudioProcessorNode> makeNode(const NodeTypeEntry& entry) {
+    std::unique_ptr<ostrana::Node> node(entry.create(XVAnyMap()));
+    auto* processor = dynamic_cast<SingleBusAudioProcessorNode*>(node.get());
+    if (processor != nullptr) node.release();
+    return std::unique_ptr<SingleBusAudioProcessorNode>(processor);
+}
 
 // Reports items per second and, as the inverse of that rate, the cpu time per item.
 void reportPerSample(benchmark::State& state, std::int64_t itemsPerIteration) {
@@ -71,9 +58,13 @@ AudioBus noiseBus(unsigned int frames) {
 
 // Processes one block of state.range(0) frames per iteration. The first block, which clears
 // and places the delay lines, runs before timing starts.
-void processBlocks(benchmark::State& state, NodeMaker make) {
+void processBlocks(benchmark::State& state, const NodeTypeEntry* entry) {
     const auto frames = static_cast<unsigned int>(state.range(0));
-    const std::unique_ptr<SingleBusAudioProcessorNode> node = make();
+    const std::unique_ptr<SingleBusAudioProcessorNode> node = makeNode(*entry);
+    if (node == nullptr) {
+        state.SkipWithError("the node is no single-bus audio processor");
+        return;
+    }
     AudioBusFormat inputFormat{kChannels, kSampleRate, frames};
     AudioBusFormat outputFormat{kChannels, kSampleRate, frames};
     if (!node->setBusFormat(inputFormat, outputFormat)) {
@@ -111,8 +102,8 @@ void bareSinfFloor(benchmark::State& state) {
 }
 
 void registerNodeBenchmarks() {
-    for (const NodeEntry& entry : kNodes) {
-        benchmark::RegisterBenchmark(entry.name, processBlocks, entry.make)
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        benchmark::RegisterBenchmark(std::string(entry.shortName).c_str(), processBlocks, &entry)
             ->Arg(32)
             ->Arg(256)
             ->Arg(4096);

@@ -226,24 +226,26 @@ if [ "$micro" -eq 1 ]; then
     while IFS=, read -r name value; do ns[$name]=$value; done < <(
         awk -F, '$1 ~ /_median"$/ { name = $1; gsub(/"|_median/, "", name);
                                      printf "%s,%.3f\n", name, $NF * 1e9 }' <<<"$csv")
+    # The benchmarks are named by the node types' short names, which ostrana-fx lists.
+    mapfile -t nodes < <("$bin/ostrana-fx" list | sed -n 's/^  [^ ]* (\(.*\))$/\1/p')
     printf '\n| node | 32 frames ns | 256 frames ns | 4096 frames ns | 32 / 4096 |\n'
     printf '|---|---:|---:|---:|---:|\n'
-    for node in DelayNode PingPongDelayNode ChorusNode FlangerNode VibratoNode BareSinfFloor; do
+    for node in "${nodes[@]}" BareSinfFloor; do
         small=${ns[$node/32]}
         large=${ns[$node/4096]}
         printf '| %s | %s | %s | %s | %s |\n' "$node" "$small" "${ns[$node/256]}" "$large" \
             "$(ratio "$small" "$large")"
     done
     floor=${ns[BareSinfFloor/256]}
-    check "in process, delay at 256 frames at most 1.5 ns" "${ns[DelayNode/256]}" 1.5 0
+    check "in process, delay at 256 frames at most 1.5 ns" "${ns[delay/256]}" 1.5 0
     check "in process, ping-pong delay at 256 frames at most 1.5 ns" \
-        "${ns[PingPongDelayNode/256]}" 1.5 0
-    check "in process, vibrato at 256 frames at most 3.5 ns" "${ns[VibratoNode/256]}" 3.5 0
-    for node in ChorusNode FlangerNode; do
+        "${ns[ping-pong-delay/256]}" 1.5 0
+    check "in process, vibrato at 256 frames at most 3.5 ns" "${ns[vibrato/256]}" 3.5 0
+    for node in chorus flanger; do
         check "in process, $node at 256 frames at most 1.5 x the sinf floor" \
             "${ns[$node/256]}" "$(calc '1.5 * f' "f=$floor")" 0
     done
-    for node in DelayNode PingPongDelayNode ChorusNode FlangerNode VibratoNode; do
+    for node in "${nodes[@]}"; do
         check "in process, $node at 32 frames at most 1.25 x at 4096" "${ns[$node/32]}" \
             "$(calc '1.25 * l' "l=${ns[$node/4096]}")" 0
     done

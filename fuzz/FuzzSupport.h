@@ -1,6 +1,11 @@
 #pragma once
 
+#include <memory>
+
 #include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
+#include <ostrana/audioeffects/NodeTypeEntry.h>
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+#include <ostrana/sdk/XVAnyMap.h>
 
 namespace ostrana::fuzz {
 
@@ -8,7 +13,14 @@ namespace ostrana::fuzz {
 // then keeps the input that broke it.
 void requireInvariant(bool condition, const char* fuzzer, const char* what);
 
-// The node factory the fuzzers make their nodes and read their descriptors with, built once.
+// The node factory the fuzzers make their nodes with, built once.
 extensions::audioeffects::AudioEffectsNodeFactory& nodeFactory();
+
+// A node of the type of entry, one of the catalogue's own entries, made by the factory by its
+// type name from configuration, as a host makes it. Stops the run, naming the fuzzer, when the
+// factory refuses or the node is not a single-bus audio processor.
+std::unique_ptr<SingleBusAudioProcessorNode> createProcessor(
+    const extensions::audioeffects::NodeTypeEntry& entry, const XVAnyMap& configuration,
+    const char* fuzzer);
 
 }  // namespace ostrana::fuzz

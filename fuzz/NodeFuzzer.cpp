@@ -4,16 +4,22 @@
 // unsigned delay), and blocks of any sample rate from 0 to 384000, 0 to 8192 frames and 0 to 4
 // channels, through the list-level process and directly through process(AudioBus&, AudioBus&).
 //
-// Input layout: one byte picks the node type; then, until the bytes run out, one byte picks an
-// operation and the operation reads what it needs (see the take... functions).
+// Every node type of the extension's catalogue is driven, and every parameter the catalogue
+// lists for it, with values of the parameter's kind.
+//
+// Input layout: one byte picks the node type, by its index in the catalogue (the factory's
+// registration order) modulo the number of types; then, until the bytes run out, one byte picks
+// an operation and the operation reads what it needs (see the take... functions).
 //
 // Besides crashes and sanitizer reports, the run stops (abort) when an invariant breaks:
 // - setBusFormats accepts exactly the formats that match and carry a channel count the node
-//   takes;
+//   takes: the catalogue's range, and no channels when a fresh node of the type takes none;
 // - the list-level process refuses exactly the blocks that do not fit the accepted format or
 //   the output bus, and a refused block leaves the output bus untouched;
 // - the direct process always returns true;
 // - a bypassed node, or one given a block it cannot take, passes its input through unchanged.
+//   A node is bypassed when its "enabled" switch is off, or when a whole-number parameter is 0
+//   that makes a fresh node of its type pass its input through.
 
 #include <algorithm>
 #include <cmath>
@@ -24,14 +30,12 @@
 #include <iterator>
 #include <limits>
 #include <memory>
-#include <string>
+#include <optional>
+#include <span>
+#include <variant>
+#include <vector>
 
-#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioBusList.h>
@@ -48,7 +52,6 @@ using ostrana::AudioBus;
 using ostrana::AudioBusFormat;
 using ostrana::AudioBusFormatList;
 using ostrana::AudioBusList;
-using ostrana::Node;
 using ostrana::SingleBusAudioProcessorNode;
 using ostrana::fuzz::ByteReader;
 using namespace ostrana::extensions::audioeffects;
@@ -60,29 +63,10 @@ constexpr unsigned int kMaxOperations = 512;
 constexpr unsigned int kMaxFrames = 8192;
 constexpr unsigned int kMaxSampleRate = 384000;
 constexpr unsigned int kMaxChannels = 4;
-// The channel capacity the factory builds every node with.
-constexpr unsigned int kFactoryCapacity = 2;
-
-enum class Kind { Delay, PingPongDelay, Vibrato, Flanger, Chorus };
-
-struct NodeType {
-    const char* name;
-    Kind kind;
-};
-
-// In the factory's registration order.
-constexpr NodeType kNodeTypes[] = {
-    {"AudioEffects.Delay", Kind::Delay},     {"AudioEffects.PingPongDelay", Kind::PingPongDelay},
-    {"AudioEffects.Vibrato", Kind::Vibrato}, {"AudioEffects.Flanger", Kind::Flanger},
-    {"AudioEffects.Chorus", Kind::Chorus},
-};
+constexpr const char* kFuzzer = "node fuzzer";
 
 void require(bool condition, const char* what) {
-    ostrana::fuzz::requireInvariant(condition, "node fuzzer", what);
-}
-
-AudioEffectsNodeFactory& factory() {
-    return ostrana::fuzz::nodeFactory();
+    ostrana::fuzz::requireInvariant(condition, kFuzzer, what);
 }
 
 // Mostly the values where things break, sometimes a plain gain, sometimes any float at all.
@@ -115,13 +99,34 @@ float takeParameterValue(ByteReader& reader) {
     return reader.takeFloatBits();
 }
 
-unsigned int takeDelayMs(ByteReader& reader) {
-    static constexpr unsigned int kEdges[] = {0,    1,    2,    5,     200,        999,
-                                              1000, 1001, 2000, 65535, 0xFFFFFFFE, 0xFFFFFFFF};
+// Mostly the values at and around the parameter's range and at the ends of its type, sometimes
+// any number up to about twice its maximum, sometimes any at all.
+unsigned int takeWholeNumber(const NodeParameter& parameter, ByteReader& reader) {
+    const auto minimum = std::get<unsigned int>(parameter.minimum);
+    const auto maximum = std::get<unsigned int>(parameter.maximum);
+    const unsigned int edges[] = {
+        0,           minimum,   minimum + 1, minimum + 4, parameter.defaultAs<unsigned int>(),
+        maximum - 1, maximum,   maximum + 1, 2 * maximum, 65535,
+        0xFFFFFFFE,  0xFFFFFFFF};
     const std::uint8_t selector = reader.takeByte();
-    if (selector < 96) return kEdges[selector % std::size(kEdges)];
-    if (selector < 192) return reader.takeUint16() % 2048;
+    if (selector < 96) return edges[selector % std::size(edges)];
+    if (selector < 192) {
+        return static_cast<unsigned int>(reader.takeUint16() % (2 * std::uint64_t{maximum} + 48));
+    }
     return reader.takeUint32();
+}
+
+// A value of the parameter's kind.
+ParameterValue takeValueFor(const NodeParameter& parameter, ByteReader& reader) {
+    switch (parameter.kind) {
+        case ParameterKind::Switch:
+            return reader.takeBool();
+        case ParameterKind::WholeNumber:
+            return takeWholeNumber(parameter, reader);
+        case ParameterKind::RealNumber:
+            break;
+    }
+    return takeParameterValue(reader);
 }
 
 unsigned int takeSampleRate(ByteReader& reader) {
@@ -246,9 +251,60 @@ bool outputIsCopyOfInput(const AudioBus& in, const AudioBus& out) {
     return true;
 }
 
+// What a fresh node of a type shows of itself that the catalogue does not say, observed once
+// per type: whether it takes a format of no channels, whether it works on a block handed to it
+// directly with more channels than the catalogue's maximum (rather than passing it through),
+// and which whole-number parameters make it pass its input through when they are 0.
+struct TypeHabits {
+    bool takesNoChannels = false;
+    bool processesExtraChannels = false;
+    std::vector<const NodeParameter*> bypassingAtZero;
+};
+
+// Whether the node passes a direct block of noise with this many channels through unchanged.
+bool passesNoiseThrough(SingleBusAudioProcessorNode& node, unsigned int channels) {
+    constexpr unsigned int kFrames = 256;
+    AudioBus in(channels, kFrames, 48000);
+    InputSignal noise;
+    noise.shape = InputSignal::Shape::Noise;
+    noise.fill(in);
+    AudioBus out(channels, kFrames);
+    mark(out);
+    require(node.process(in, out), "the direct process always returns true");
+    return outputIsCopyOfInput(in, out);
+}
+
+TypeHabits observeHabits(const NodeTypeEntry& entry) {
+    TypeHabits habits;
+    AudioBusFormatList noChannels{AudioBusFormat{0, 48000, 0}};
+    AudioBusFormatList open{AudioBusFormat{}};
+    habits.takesNoChannels =
+        ostrana::fuzz::createProcessor(entry, {}, kFuzzer)->setBusFormats(noChannels, open);
+    habits.processesExtraChannels = !passesNoiseThrough(
+        *ostrana::fuzz::createProcessor(entry, {}, kFuzzer), entry.maxChannels + 1);
+    for (const NodeParameter& parameter : entry.parameters) {
+        if (parameter.kind != ParameterKind::WholeNumber) continue;
+        auto node = ostrana::fuzz::createProcessor(entry, {}, kFuzzer);
+        parameter.write(*node, 0u);
+        if (passesNoiseThrough(*node, entry.maxChannels)) {
+            habits.bypassingAtZero.push_back(&parameter);
+        }
+    }
+    return habits;
+}
+
+// The habits of the catalogue's type at index, observed the first time they are asked for.
+const TypeHabits& habitsOf(std::size_t index) {
+    static std::vector<std::optional<TypeHabits>> observed(EffectCatalogue::nodeTypes().size());
+    if (!observed[index]) observed[index] = observeHabits(EffectCatalogue::nodeTypes()[index]);
+    return *observed[index];
+}
+
 class NodeProgram {
   public:
-    NodeProgram(Kind kind, SingleBusAudioProcessorNode& node) : kind_(kind), node_(node) {}
+    NodeProgram(const NodeTypeEntry& entry, const TypeHabits& habits,
+                SingleBusAudioProcessorNode& node)
+        : entry_(entry), habits_(habits), enabled_(entry.findParameter("enabled")), node_(node) {}
 
     void run(ByteReader& reader) {
         for (unsigned int op = 0; op < kMaxOperations && !reader.empty(); ++op) {
@@ -272,42 +328,23 @@ class NodeProgram {
 
   private:
     bool takesChannelCount(unsigned int channels) const {
-        switch (kind_) {
-            case Kind::Delay:
-                return channels <= kFactoryCapacity;
-            case Kind::PingPongDelay:
-                return channels == 2;
-            default:
-                return channels < 3;
-        }
+        return channels == 0 ? habits_.takesNoChannels : entry_.acceptsChannels(channels);
     }
 
     // Whether the node's own process works on this block rather than only copying it.
     bool fitsNode(const AudioBus& in, const AudioBus& out) const {
         const unsigned int limit =
-            kind_ == Kind::PingPongDelay ? out.buffer.getNumberOfChannels() : kFactoryCapacity;
+            habits_.processesExtraChannels ? out.buffer.getNumberOfChannels() : entry_.maxChannels;
         return SingleBusAudioProcessorNode::busesFit(in, out, limit);
     }
 
     bool isBypassing() {
-        switch (kind_) {
-            case Kind::Delay: {
-                auto& node = dynamic_cast<DelayNode&>(node_);
-                return !node.getIsEnabled() || node.getDelayMs() == 0;
-            }
-            case Kind::PingPongDelay: {
-                auto& node = dynamic_cast<PingPongDelayNode&>(node_);
-                return !node.getIsEnabled() || node.getDelayMs() == 0;
-            }
-            case Kind::Vibrato:
-                return !dynamic_cast<VibratoNode&>(node_).getIsEnabled();
-            case Kind::Flanger:
-                return !dynamic_cast<FlangerNode&>(node_).getIsEnabled();
-            default:
-                return !dynamic_cast<ChorusNode&>(node_).getIsEnabled();
+        if (enabled_ != nullptr && !std::get<bool>(enabled_->read(node_))) return true;
+        for (const NodeParameter* parameter : habits_.bypassingAtZero) {
+            if (std::get<unsigned int>(parameter->read(node_)) == 0) return true;
         }
+        return false;
     }
-
     static AudioBusFormat takeFormat(ByteReader& reader) {
         AudioBusFormat format;
         format.numberOfChannels = reader.takeIndex(kMaxChannels + 1);
@@ -357,59 +394,11 @@ class NodeProgram {
     }
 
     void setParameter(ByteReader& reader) {
-        switch (kind_) {
-            case Kind::Delay:
-                setDelayParameter(dynamic_cast<DelayNode&>(node_), reader);
-                break;
-            case Kind::PingPongDelay:
-                setDelayParameter(dynamic_cast<PingPongDelayNode&>(node_), reader);
-                break;
-            case Kind::Vibrato:
-                setModulationParameter(dynamic_cast<VibratoNode&>(node_), reader);
-                break;
-            case Kind::Flanger:
-                setModulationParameter(dynamic_cast<FlangerNode&>(node_), reader);
-                break;
-            default:
-                setModulationParameter(dynamic_cast<ChorusNode&>(node_), reader);
-                break;
-        }
-    }
-
-    template <typename DelayLike>
-    static void setDelayParameter(DelayLike& node, ByteReader& reader) {
-        switch (reader.takeIndex(5)) {
-            case 0:
-                node.setIsEnabled(reader.takeBool());
-                break;
-            case 1:
-                node.setDryMix(takeParameterValue(reader));
-                break;
-            case 2:
-                node.setWetMix(takeParameterValue(reader));
-                break;
-            case 3:
-                node.setDelayMs(takeDelayMs(reader));
-                break;
-            default:
-                node.setFeedbackLevel(takeParameterValue(reader));
-                break;
-        }
-    }
-
-    template <typename ModulationLike>
-    static void setModulationParameter(ModulationLike& node, ByteReader& reader) {
-        switch (reader.takeIndex(3)) {
-            case 0:
-                node.setIsEnabled(reader.takeBool());
-                break;
-            case 1:
-                node.setSweepWidth(takeParameterValue(reader));
-                break;
-            default:
-                node.setFrequency(takeParameterValue(reader));
-                break;
-        }
+        if (entry_.parameters.empty()) return;
+        const NodeParameter& parameter =
+            entry_
+                .parameters[reader.takeIndex(static_cast<unsigned int>(entry_.parameters.size()))];
+        parameter.write(node_, takeValueFor(parameter, reader));
     }
 
     unsigned int takeBudgetedFrames(ByteReader& reader) {
@@ -473,7 +462,9 @@ class NodeProgram {
         }
     }
 
-    Kind kind_;
+    const NodeTypeEntry& entry_;
+    const TypeHabits& habits_;
+    const NodeParameter* enabled_;
     SingleBusAudioProcessorNode& node_;
     unsigned int budget_ = kFrameBudget;
 };
@@ -482,12 +473,10 @@ class NodeProgram {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteReader reader(data, size);
-    const NodeType& type = kNodeTypes[reader.takeIndex(std::size(kNodeTypes))];
-    auto created = factory().createNode(type.name, ostrana::XVAnyMap{});
-    require(created.isOk(), "the factory creates every node type");
-    std::unique_ptr<Node> node = std::move(created).value();
-    auto* audioNode = dynamic_cast<SingleBusAudioProcessorNode*>(node.get());
-    require(audioNode != nullptr, "every effect node is a single-bus audio processor");
-    NodeProgram(type.kind, *audioNode).run(reader);
+    const std::span<const NodeTypeEntry> types = EffectCatalogue::nodeTypes();
+    const std::size_t index = reader.takeIndex(static_cast<unsigned int>(types.size()));
+    const std::unique_ptr<SingleBusAudioProcessorNode> node =
+        ostrana::fuzz::createProcessor(types[index], ostrana::XVAnyMap{}, kFuzzer);
+    NodeProgram(types[index], habitsOf(index), *node).run(reader);
     return 0;
 }

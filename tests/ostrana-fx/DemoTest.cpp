@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
+
 #include "FxProcess.h"
 #include "InProcessChain.h"
 #include "TempDirectory.h"
@@ -17,15 +19,18 @@ namespace ostrana::fx::testing {
 namespace {
 
 struct EffectFile {
-    const char* fileName;
-    const char* type;
+    std::string fileName;
+    std::string type;
 };
 
-const std::vector<EffectFile> kEffectFiles = {
-    {"delay.wav", "AudioEffects.Delay"},     {"ping-pong-delay.wav", "AudioEffects.PingPongDelay"},
-    {"vibrato.wav", "AudioEffects.Vibrato"}, {"flanger.wav", "AudioEffects.Flanger"},
-    {"chorus.wav", "AudioEffects.Chorus"},
-};
+// One file for each node type of the catalogue, named after its short name.
+std::vector<EffectFile> effectFiles() {
+    std::vector<EffectFile> files;
+    for (const auto& entry : extensions::audioeffects::EffectCatalogue::nodeTypes()) {
+        files.push_back({std::string(entry.shortName) + ".wav", entry.typeName()});
+    }
+    return files;
+}
 
 std::string decibels(double level) {
     char text[32];
@@ -86,7 +91,7 @@ TEST_F(FxDemoTest, WritesADrySignalOfAFewStereoSecondsAt48kHz) {
 
 TEST_F(FxDemoTest, WritesOneFileForEachEffectRenderedWithItsDefaults) {
     std::vector<std::string> expectedFiles{"dry.wav"};
-    for (const EffectFile& effect : kEffectFiles) expectedFiles.push_back(effect.fileName);
+    for (const EffectFile& effect : effectFiles()) expectedFiles.push_back(effect.fileName);
     std::sort(expectedFiles.begin(), expectedFiles.end());
     std::vector<std::string> written;
     for (const auto& entry : std::filesystem::directory_iterator(directory.file("out"))) {
@@ -96,7 +101,7 @@ TEST_F(FxDemoTest, WritesOneFileForEachEffectRenderedWithItsDefaults) {
     EXPECT_EQ(written, expectedFiles);
 
     const WavFile dry = WavFile::read(path("dry.wav"));
-    for (const EffectFile& effect : kEffectFiles) {
+    for (const EffectFile& effect : effectFiles()) {
         const WavFile wet = WavFile::read(path(effect.fileName));
         EXPECT_EQ(wet.channels, 2u);
         EXPECT_EQ(wet.sampleRate, 48000u);
@@ -110,7 +115,8 @@ TEST_F(FxDemoTest, PrintsATableWithPeakAndRmsOfEachFile) {
     EXPECT_NE(run.out.find("peak dBFS"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("RMS dBFS"), std::string::npos) << run.out;
     std::vector<EffectFile> files{{"dry.wav", "(dry signal)"}};
-    files.insert(files.end(), kEffectFiles.begin(), kEffectFiles.end());
+    const std::vector<EffectFile> effects = effectFiles();
+    files.insert(files.end(), effects.begin(), effects.end());
     for (const EffectFile& file : files) {
         const std::string line = lineWith(run.out, file.fileName);
         ASSERT_FALSE(line.empty()) << file.fileName << " missing from:\n" << run.out;
@@ -132,8 +138,8 @@ TEST_F(FxDemoTest, IsTheSameOnEveryRun) {
     ASSERT_EQ(again.exitStatus, 0) << again.err;
     // Whole files, headers included (compared as booleans: they are megabytes long).
     EXPECT_TRUE(readBytes(second.file("out/dry.wav")) == readBytes(path("dry.wav")));
-    for (const EffectFile& effect : kEffectFiles) {
-        EXPECT_TRUE(readBytes(second.file(std::string("out/") + effect.fileName)) ==
+    for (const EffectFile& effect : effectFiles()) {
+        EXPECT_TRUE(readBytes(second.file("out/" + effect.fileName)) ==
                     readBytes(path(effect.fileName)))
             << effect.fileName;
     }

@@ -6,6 +6,7 @@
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/ExtensionManager.h>
+#include <ostrana/sdk/NodeTypeInfo.h>
 
 #include "FxProcess.h"
 
@@ -16,9 +17,27 @@ using extensions::audioeffects::EffectCatalogue;
 using extensions::audioeffects::NodeParameter;
 using extensions::audioeffects::NodeTypeEntry;
 
-const std::vector<std::string> kTypesInRegistrationOrder = {
-    "AudioEffects.Delay", "AudioEffects.PingPongDelay", "AudioEffects.Vibrato",
-    "AudioEffects.Flanger", "AudioEffects.Chorus"};
+// The catalogue's node types in its order, which is the factory's registration order.
+std::vector<std::string> typesInRegistrationOrder() {
+    std::vector<std::string> types;
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        types.push_back(entry.typeName());
+    }
+    return types;
+}
+
+// The lines of list's output from the type line at up to the next type's, or to the end.
+std::string typeLinesAt(const std::string& out, std::size_t at) {
+    const std::size_t next = out.find("\n  AudioEffects.", at);
+    return next == std::string::npos ? out.substr(at) : out.substr(at, next + 1 - at);
+}
+
+// The categories of a descriptor as list prints them.
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
 
 std::size_t countLines(const std::string& text) {
     std::size_t lines = 0;
@@ -35,9 +54,10 @@ TEST(FxListTest, PrintsTheExtensionAndItsNodeTypesInRegistrationOrder) {
               std::string::npos)
         << run.out;
     // The same order as the host's registry reports in this process.
-    EXPECT_EQ(ExtensionManager::getInstance().getNodeTypeNames(), kTypesInRegistrationOrder);
+    const std::vector<std::string> types = typesInRegistrationOrder();
+    EXPECT_EQ(ExtensionManager::getInstance().getNodeTypeNames(), types);
     std::size_t previous = 0;
-    for (const std::string& type : kTypesInRegistrationOrder) {
+    for (const std::string& type : types) {
         const std::size_t at = run.out.find("  " + type + " (");
         ASSERT_NE(at, std::string::npos) << type << " missing from:\n" << run.out;
         EXPECT_GT(at, previous) << type << " out of order";
@@ -50,17 +70,26 @@ TEST(FxListTest, ShowsDisplayNameDescriptionAndCategoriesOfEachType) {
     ASSERT_EQ(run.exitStatus, 0);
     const std::size_t pingPong = run.out.find("  AudioEffects.PingPongDelay (ping-pong-delay)\n");
     ASSERT_NE(pingPong, std::string::npos) << run.out;
-    const std::string block =
-        run.out.substr(pingPong, run.out.find("  AudioEffects.Vibrato (vibrato)\n") - pingPong);
+    const std::string block = typeLinesAt(run.out, pingPong);
     EXPECT_NE(block.find("display name: Ping Pong Delay\n"), std::string::npos) << block;
     EXPECT_NE(block.find("description:  Applies a ping pong delay effect to the input audio "
                          "signal.\n"),
               std::string::npos)
         << block;
     EXPECT_NE(block.find("categories:   Audio Processing, Effects\n"), std::string::npos) << block;
-    for (const char* name : {"Delay", "Vibrato", "Flanger", "Chorus"}) {
-        EXPECT_NE(run.out.find("display name: " + std::string(name) + "\n"), std::string::npos)
-            << name;
+    // Every type's lines, up to the next type's, say what its descriptor says.
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        const NodeTypeInfo info = entry.describe();
+        const std::size_t at =
+            run.out.find("  " + entry.typeName() + " (" + std::string(entry.shortName) + ")\n");
+        ASSERT_NE(at, std::string::npos) << entry.typeName() << " missing from:\n" << run.out;
+        const std::string lines = typeLinesAt(run.out, at);
+        EXPECT_NE(lines.find("display name: " + info.displayName + "\n"), std::string::npos)
+            << lines;
+        EXPECT_NE(lines.find("description:  " + info.description + "\n"), std::string::npos)
+            << lines;
+        EXPECT_NE(lines.find("categories:   " + joined(info.categories) + "\n"), std::string::npos)
+            << lines;
     }
 }
 
@@ -162,15 +191,21 @@ TEST_F(FxDescribePingPongTest, GainsHoldNumbersThatReadBackAsTheirFloats) {
     EXPECT_EQ(json["properties"]["dryMix"]["default"].get<double>(), 0.7);
 }
 
-TEST(FxDescribeTest, OtherEffectsHaveNoProperties) {
-    for (const char* type : {"AudioEffects.Delay", "AudioEffects.Chorus", "AudioEffects.Flanger",
-                             "AudioEffects.Vibrato"}) {
+// Every type, the ping-pong delay's described in detail above among them: its identity, and
+// exactly the properties its descriptor declares, in its order (none for most types).
+TEST(FxDescribeTest, EveryTypeHasItsDescriptorsIdentityAndProperties) {
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        const std::string type = entry.typeName();
         const FxRun run = FxProcess::run({"describe", type});
         ASSERT_EQ(run.exitStatus, 0) << run.err;
         const auto json = nlohmann::ordered_json::parse(run.out);
         EXPECT_EQ(json["type"].get<std::string>() + "." + json["subtype"].get<std::string>(), type);
-        EXPECT_TRUE(json["properties"].is_object());
-        EXPECT_TRUE(json["properties"].empty()) << type;
+        ASSERT_TRUE(json["properties"].is_object());
+        std::vector<std::string> declared;
+        for (const auto& property : entry.describe().properties) declared.push_back(property.first);
+        std::vector<std::string> described;
+        for (const auto& item : json["properties"].items()) described.push_back(item.key());
+        EXPECT_EQ(described, declared) << type;
     }
 }
 
@@ -181,7 +216,7 @@ TEST(FxDescribeTest, UnknownTypeIsAUsageErrorThatListsTheKnownTypes) {
     EXPECT_EQ(countLines(run.err), 1u) << run.err;
     EXPECT_NE(run.err.find("unknown node type 'AudioEffects.Reverb'"), std::string::npos)
         << run.err;
-    for (const std::string& type : kTypesInRegistrationOrder) {
+    for (const std::string& type : typesInRegistrationOrder()) {
         EXPECT_NE(run.err.find(type), std::string::npos) << type << " not listed in " << run.err;
     }
 }

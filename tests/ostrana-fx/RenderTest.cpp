@@ -8,11 +8,7 @@
 #include <string>
 #include <vector>
 
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 
 #include "FxProcess.h"
 #include "InProcessChain.h"
@@ -23,7 +19,12 @@
 namespace ostrana::fx::testing {
 namespace {
 
-namespace effects = ostrana::extensions::audioeffects;
+using extensions::audioeffects::EffectCatalogue;
+using extensions::audioeffects::formatValue;
+using extensions::audioeffects::NodeParameter;
+using extensions::audioeffects::NodeTypeEntry;
+using extensions::audioeffects::ParameterKind;
+using extensions::audioeffects::ParameterValue;
 
 constexpr unsigned int kRate = 48000;
 constexpr unsigned int kChannels = 2;
@@ -43,58 +44,61 @@ void PrintTo(const RenderCase& renderCase, std::ostream* out) {
     *out << renderCase.name;
 }
 
-std::vector<RenderCase> renderCases() {
-    return {
-        {"DelayDefaults", "AudioEffects.Delay", {}, [](Node&) {}},
-        {"Delay",
-         "AudioEffects.Delay",
-         {"delayMs=350", "dryMix=0.6", "wetMix=0.45", "feedbackLevel=0.5"},
-         [](Node& node) {
-             auto& delay = dynamic_cast<effects::DelayNode&>(node);
-             delay.setDelayMs(350u);
-             delay.setDryMix(0.6f);
-             delay.setWetMix(0.45f);
-             delay.setFeedbackLevel(0.5f);
-         }},
-        {"PingPongDelayDefaults", "AudioEffects.PingPongDelay", {}, [](Node&) {}},
-        {"PingPongDelay",
-         "AudioEffects.PingPongDelay",
-         {"delayMs=125", "dryMix=0.8", "wetMix=0.5", "feedbackLevel=0.6"},
-         [](Node& node) {
-             auto& pingPong = dynamic_cast<effects::PingPongDelayNode&>(node);
-             pingPong.setDelayMs(125u);
-             pingPong.setDryMix(0.8f);
-             pingPong.setWetMix(0.5f);
-             pingPong.setFeedbackLevel(0.6f);
-         }},
-        {"ChorusDefaults", "AudioEffects.Chorus", {}, [](Node&) {}},
-        {"Chorus",
-         "AudioEffects.Chorus",
-         {"sweepWidth=0.015", "frequency=0.7"},
-         [](Node& node) {
-             auto& chorus = dynamic_cast<effects::ChorusNode&>(node);
-             chorus.setSweepWidth(0.015f);
-             chorus.setFrequency(0.7f);
-         }},
-        {"FlangerDefaults", "AudioEffects.Flanger", {}, [](Node&) {}},
-        {"Flanger",
-         "AudioEffects.Flanger",
-         {"sweepWidth=0.003", "frequency=0.9"},
-         [](Node& node) {
-             auto& flanger = dynamic_cast<effects::FlangerNode&>(node);
-             flanger.setSweepWidth(0.003f);
-             flanger.setFrequency(0.9f);
-         }},
-        {"VibratoDefaults", "AudioEffects.Vibrato", {}, [](Node&) {}},
-        {"Vibrato",
-         "AudioEffects.Vibrato",
-         {"sweepWidth=0.004", "frequency=5.5"},
-         [](Node& node) {
-             auto& vibrato = dynamic_cast<effects::VibratoNode&>(node);
-             vibrato.setSweepWidth(0.004f);
-             vibrato.setFrequency(5.5f);
-         }},
+// Sets the parameter name of a node of type, as the catalogue lists it, to value.
+std::function<void(Node&)> setting(const std::string& type, const std::string& name,
+                                   ParameterValue value) {
+    const NodeParameter* parameter = EffectCatalogue::find(type)->findParameter(name);
+    if (parameter == nullptr) throw std::runtime_error(type + " has no parameter " + name);
+    return [parameter, value](Node& node) { parameter->write(node, value); };
+}
+
+// Applies every one of settings in turn.
+std::function<void(Node&)> allOf(std::vector<std::function<void(Node&)>> settings) {
+    return [settings](Node& node) {
+        for (const auto& set : settings) set(node);
     };
+}
+
+// A value of the parameter's kind a third of the way up its range, or two thirds when that is
+// its default.
+ParameterValue otherValueInRange(const NodeParameter& parameter) {
+    for (const double place : {1.0 / 3.0, 2.0 / 3.0}) {
+        ParameterValue value;
+        if (parameter.kind == ParameterKind::WholeNumber) {
+            const double minimum = std::get<unsigned int>(parameter.minimum);
+            const double maximum = std::get<unsigned int>(parameter.maximum);
+            value = parameter.fromNumber(minimum + place * (maximum - minimum));
+        } else {
+            const double minimum = std::get<float>(parameter.minimum);
+            const double maximum = std::get<float>(parameter.maximum);
+            value = parameter.fromNumber(minimum + place * (maximum - minimum));
+        }
+        if (value != parameter.defaultValue) return value;
+    }
+    throw std::runtime_error("no other value in the range of " + std::string(parameter.name));
+}
+
+// For every node type of the catalogue: its defaults, and every parameter but the switches at
+// another value inside its range, given to ostrana-fx as the decimal that formatValue writes.
+// The cases are named after the type's subtype ("PingPongDelay", "PingPongDelayDefaults").
+std::vector<RenderCase> renderCases() {
+    std::vector<RenderCase> cases;
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        const std::string type = entry.typeName();
+        const std::string subtype = entry.describe().subtype;
+        cases.push_back({subtype + "Defaults", type, {}, [](Node&) {}});
+        RenderCase changed{subtype, type, {}, {}};
+        std::vector<std::function<void(Node&)>> settings;
+        for (const NodeParameter& parameter : entry.parameters) {
+            if (parameter.kind == ParameterKind::Switch) continue;
+            const ParameterValue value = otherValueInRange(parameter);
+            changed.sets.push_back(std::string(parameter.name) + "=" + formatValue(value));
+            settings.push_back(setting(type, std::string(parameter.name), value));
+        }
+        changed.configure = allOf(settings);
+        cases.push_back(changed);
+    }
+    return cases;
 }
 
 class RenderFixture {
@@ -186,22 +190,17 @@ TEST(FxRenderTest, SetChangesTheRenderedAudio) {
         0);
     const WavFile changed = WavFile::read(fixture.outputPath());
     EXPECT_NE(firstBitDifference(defaults.samples, changed.samples), -1);
-    const std::vector<float> expected =
-        renderInProcess({{"AudioEffects.Delay",
-                          [](Node& node) {
-                              auto& delay = dynamic_cast<effects::DelayNode&>(node);
-                              delay.setDelayMs(50u);
-                              delay.setWetMix(0.9f);
-                          }}},
-                        fixture.input, kChannels, kRate, 512);
+    const std::vector<float> expected = renderInProcess(
+        {{"AudioEffects.Delay", allOf({setting("AudioEffects.Delay", "delayMs", 50u),
+                                       setting("AudioEffects.Delay", "wetMix", 0.9f)})}},
+        fixture.input, kChannels, kRate, 512);
     EXPECT_EQ(firstBitDifference(changed.samples, expected), -1);
 }
 
 TEST(FxRenderTest, DisabledNodesPassTheInputThroughUnchanged) {
     RenderFixture fixture;
-    for (const char* type :
-         {"AudioEffects.Delay", "AudioEffects.PingPongDelay", "AudioEffects.Chorus",
-          "AudioEffects.Flanger", "AudioEffects.Vibrato"}) {
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        const std::string type = entry.typeName();
         for (const char* off : {"enabled=false", "enabled=0"}) {
             const FxRun run = fixture.render({"--node", type, "--set", off});
             ASSERT_EQ(run.exitStatus, 0) << run.err;
@@ -218,22 +217,18 @@ TEST(FxRenderTest, ChainOfTwoNodesEqualsTheSameChainInProcess) {
                                       "--node", "AudioEffects.PingPongDelay", "--set", "delayMs=90",
                                       "--set", "feedbackLevel=0.4", "--block", "256"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;
-    const std::vector<float> expected = renderInProcess(
-        {{"AudioEffects.Chorus",
-          [](Node& node) { dynamic_cast<effects::ChorusNode&>(node).setSweepWidth(0.02f); }},
-         {"AudioEffects.PingPongDelay",
-          [](Node& node) {
-              auto& pingPong = dynamic_cast<effects::PingPongDelayNode&>(node);
-              pingPong.setDelayMs(90u);
-              pingPong.setFeedbackLevel(0.4f);
-          }}},
-        fixture.input, kChannels, kRate, 256);
+    const NodeSetup chorus{"AudioEffects.Chorus",
+                           setting("AudioEffects.Chorus", "sweepWidth", 0.02f)};
+    const std::vector<float> expected =
+        renderInProcess({chorus,
+                         {"AudioEffects.PingPongDelay",
+                          allOf({setting("AudioEffects.PingPongDelay", "delayMs", 90u),
+                                 setting("AudioEffects.PingPongDelay", "feedbackLevel", 0.4f)})}},
+                        fixture.input, kChannels, kRate, 256);
     EXPECT_EQ(firstBitDifference(WavFile::read(fixture.outputPath()).samples, expected), -1);
     // Each --set went to the node before it: the chorus alone, or the delay alone, differ.
-    const std::vector<float> chorusOnly = renderInProcess(
-        {{"AudioEffects.Chorus",
-          [](Node& node) { dynamic_cast<effects::ChorusNode&>(node).setSweepWidth(0.02f); }}},
-        fixture.input, kChannels, kRate, 256);
+    const std::vector<float> chorusOnly =
+        renderInProcess({chorus}, fixture.input, kChannels, kRate, 256);
     EXPECT_NE(firstBitDifference(expected, chorusOnly), -1);
 }
 
@@ -300,20 +295,25 @@ TEST(FxRenderTest, AcceptsOtherInputFormats) {
     }
 }
 
-// Counts the program's allocations with a preloaded malloc. A render in blocks of 16 frames
-// (thousands of blocks) must allocate exactly as often as one in blocks of 4096: nothing is
-// allocated per block, neither by the nodes nor by the loop around them.
+// Counts the program's allocations with a preloaded malloc. A render through a chain of every
+// node type of the catalogue in blocks of 16 frames (thousands of blocks) must allocate exactly
+// as often as one in blocks of 4096: nothing is allocated per block, neither by the nodes nor
+// by the loop around them.
 TEST(FxRenderTest, AllocatesNothingPerBlock) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer runtime must be the first library loaded; nothing to preload";
 #else
     RenderFixture fixture;
-    auto allocationsWithBlock = [&fixture](const std::string& block) {
+    std::vector<std::string> chain{"render", fixture.inputPath(), fixture.outputPath()};
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        chain.insert(chain.end(), {"--node", entry.typeName()});
+    }
+    auto allocationsWithBlock = [&fixture, &chain](const std::string& block) {
         const std::string countFile = fixture.directory.file("count-" + block);
+        std::vector<std::string> arguments = chain;
+        arguments.insert(arguments.end(), {"--block", block});
         const FxRun run = FxProcess::runWithEnvironment(
-            {"render", fixture.inputPath(), fixture.outputPath(), "--node", "AudioEffects.Chorus",
-             "--node", "AudioEffects.PingPongDelay", "--node", "AudioEffects.Delay", "--block",
-             block},
+            arguments,
             {"LD_PRELOAD=" OSTRANA_FX_MALLOC_COUNTER, "OSTRANA_FX_MALLOC_COUNT_FILE=" + countFile});
         EXPECT_EQ(run.exitStatus, 0) << run.err;
         return std::stoul(readBytes(countFile));

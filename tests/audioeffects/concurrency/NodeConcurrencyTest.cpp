@@ -1,10 +1,11 @@
-// Each effect node, made by the extension's factory, processes blocks continuously on one
-// thread while two control threads call every setter (and, for the ping-pong delay, setValue and
-// getValue on every property) with changing values. Run in the ThreadSanitizer build, these
-// tests prove the parameters are safe to change while audio runs; in every build they check
-// that every block was processed, that the output stayed finite, that every concurrent read
-// returned a value some thread wrote (or the default), and that the final values are the last
-// ones written.
+// Each node type of the extension's catalogue, made by the extension's factory, processes
+// blocks continuously on one thread while two control threads write every parameter the
+// catalogue lists for it (through the catalogue's accessors and, for each host property the
+// type's descriptor declares, through setValue and getValue as well) with changing values from
+// the parameter's own range. Run in the ThreadSanitizer build, these tests prove the parameters
+// are safe to change while audio runs; in every build they check that every block was
+// processed, that the output stayed finite, that every concurrent read returned a value some
+// thread wrote (or the default), and that the final values are the last ones written.
 
 #include <gtest/gtest.h>
 
@@ -15,22 +16,19 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
-#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioBusList.h>
-#include <ostrana/sdk/Node.h>
+#include <ostrana/sdk/SchemaConstants.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
+#include "audioeffects/EveryNodeType.h"
 #include "audioeffects/concurrency/ConcurrentRun.h"
 
 namespace {
@@ -39,7 +37,6 @@ using ostrana::AudioBus;
 using ostrana::AudioBusFormat;
 using ostrana::AudioBusFormatList;
 using ostrana::AudioBusList;
-using ostrana::Node;
 using ostrana::SingleBusAudioProcessorNode;
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
@@ -52,200 +49,141 @@ constexpr unsigned int kChannels = 2;
 constexpr unsigned int kSampleRate = 48000;
 constexpr std::uint64_t kMinimumBlocks = 20;
 
-// One parameter as the control threads drive it. Every value is held as a float (whole numbers
-// and flags convert exactly); each thread cycles through its own finite values, in range for
-// the effect, through each of the setters in turn, and reads back through each getter in turn.
-struct Parameter {
+// Where in its range each control thread's values lie, from the minimum (0) to the maximum (1).
+const std::vector<double> kPlaces[ConcurrentRun::kControlThreads] = {{0.0, 1.0, 0.5, 0.125},
+                                                                     {0.75, 0.25, 0.375}};
+
+using Setter = std::function<void(const ParameterValue&)>;
+// A read that gives nothing is one of the wrong kind: it counts as a stray read.
+using Getter = std::function<std::optional<ParameterValue>()>;
+
+// One parameter as the control threads drive it. Each thread cycles through its own values, all
+// inside the parameter's range, through each of the setters in turn, and reads back through
+// each getter in turn.
+struct Control {
     std::string name;
-    float defaultValue;
-    std::vector<float> values[ConcurrentRun::kControlThreads];
-    std::vector<std::function<void(float)>> setters;
-    std::vector<std::function<float()>> getters;
+    ParameterValue defaultValue;
+    std::vector<ParameterValue> values[ConcurrentRun::kControlThreads];
+    std::vector<Setter> setters;
+    std::vector<Getter> getters;
 
     // Whether a read may have returned this: the default or a value some thread writes.
-    bool mayRead(float value) const {
-        if (value == defaultValue) return true;
-        for (const std::vector<float>& written : values) {
-            for (float candidate : written) {
-                if (value == candidate) return true;
+    bool mayRead(const std::optional<ParameterValue>& value) const {
+        if (!value) return false;
+        if (*value == defaultValue) return true;
+        for (const std::vector<ParameterValue>& written : values) {
+            for (const ParameterValue& candidate : written) {
+                if (*value == candidate) return true;
             }
         }
         return false;
     }
 };
 
+// The value at place (0 to 1) in the parameter's range; a switch is on from the middle up.
+ParameterValue valueAt(const NodeParameter& parameter, double place) {
+    switch (parameter.kind) {
+        case ParameterKind::Switch:
+            return place >= 0.5;
+        case ParameterKind::WholeNumber: {
+            const double minimum = std::get<unsigned int>(parameter.minimum);
+            const double maximum = std::get<unsigned int>(parameter.maximum);
+            return static_cast<unsigned int>(std::lround(minimum + place * (maximum - minimum)));
+        }
+        case ParameterKind::RealNumber:
+            break;
+    }
+    const double minimum = std::get<float>(parameter.minimum);
+    const double maximum = std::get<float>(parameter.maximum);
+    return static_cast<float>(minimum + place * (maximum - minimum));
+}
+
+Control controlFor(const NodeParameter& parameter, SingleBusAudioProcessorNode* node) {
+    Control control{std::string(parameter.name), parameter.defaultValue, {}, {}, {}};
+    for (unsigned int thread = 0; thread < ConcurrentRun::kControlThreads; ++thread) {
+        for (double place : kPlaces[thread]) {
+            control.values[thread].push_back(valueAt(parameter, place));
+        }
+    }
+    control.setters.push_back(
+        [&parameter, node](const ParameterValue& value) { parameter.write(*node, value); });
+    control.getters.push_back(
+        [&parameter, node]() -> std::optional<ParameterValue> { return parameter.read(*node); });
+    return control;
+}
+
+// A value as a host sends it to a property of the given schema type: a whole number goes to an
+// "int" property as an int, everything else as the value's own kind.
+XVAny hostValue(const std::string& schemaType, const ParameterValue& value) {
+    if (schemaType == ostrana::PROPERTY_TYPE_INT) {
+        return XVAny(static_cast<int>(std::get<unsigned int>(value)));
+    }
+    return std::visit([](auto held) { return XVAny(held); }, value);
+}
+
+// What getValue returned, when it is of the parameter's kind.
+std::optional<ParameterValue> parameterValue(const NodeParameter& parameter, const XVAny& value) {
+    switch (parameter.kind) {
+        case ParameterKind::Switch:
+            if (value.kind() != XVAny::Kind::Bool) return std::nullopt;
+            return XVAny::convert<bool>(value);
+        case ParameterKind::WholeNumber:
+            if (value.kind() != XVAny::Kind::UnsignedInt) return std::nullopt;
+            return XVAny::convert<unsigned int>(value);
+        case ParameterKind::RealNumber:
+            break;
+    }
+    if (value.kind() != XVAny::Kind::Float) return std::nullopt;
+    return XVAny::convert<float>(value);
+}
+
+// Adds the host property key, of the given schema, as a second setter and a second getter of
+// the control of the parameter of the same name.
+void addPropertyAccess(Control& control, const NodeParameter& parameter,
+                       SingleBusAudioProcessorNode* node, const std::string& key,
+                       const XVAnyMap& schema) {
+    const std::string schemaType =
+        XVAny::convert<std::string>(schema.at(ostrana::PROPERTY_FIELD_TYPE));
+    control.setters.push_back([node, key, schemaType](const ParameterValue& value) {
+        // An error result cannot come from a well-typed value; it would show in the reads.
+        (void)node->setValue(key, hostValue(schemaType, value));
+    });
+    control.getters.push_back([&parameter, node, key]() -> std::optional<ParameterValue> {
+        auto read = node->getValue(key);
+        if (!read.isOk()) return std::nullopt;
+        return parameterValue(parameter, read.value());
+    });
+}
+
 struct Subject {
-    std::unique_ptr<Node> node;
-    std::vector<Parameter> parameters;
+    std::unique_ptr<SingleBusAudioProcessorNode> node;
+    std::vector<Control> controls;
 };
 
-AudioEffectsNodeFactory& factory() {
-    static AudioEffectsNodeFactory instance;
-    return instance;
-}
-
-std::unique_ptr<Node> createNode(const std::string& type) {
-    auto created = factory().createNode(type, XVAnyMap{});
-    if (!created.isOk()) return nullptr;
-    return std::move(created).value();
-}
-
-template <typename T>
-T& as(const std::unique_ptr<Node>& node) {
-    return dynamic_cast<T&>(*node);
-}
-
-Parameter enabledParameter(std::function<void(bool)> set, std::function<bool()> get) {
-    return {"enabled",
-            1.0f,
-            {{1.0f, 0.0f, 1.0f}, {0.0f, 1.0f}},
-            {[set](float value) { set(value != 0.0f); }},
-            {[get] { return get() ? 1.0f : 0.0f; }}};
-}
-
-Parameter gainParameter(const std::string& name, float defaultValue, std::function<void(float)> set,
-                        std::function<float()> get) {
-    return {name,
-            defaultValue,
-            {{0.1f, 0.9f, 0.5f, 1.0f}, {0.0f, 0.75f, 0.25f}},
-            {std::move(set)},
-            {std::move(get)}};
-}
-
-Parameter feedbackParameter(std::function<void(float)> set, std::function<float()> get) {
-    return {"feedbackLevel",
-            0.2f,
-            {{0.9f, 0.0f, 0.5f}, {0.99f, 0.3f}},
-            {std::move(set)},
-            {std::move(get)}};
-}
-
-Parameter delayMsParameter(std::function<void(unsigned int)> set,
-                           std::function<unsigned int()> get) {
-    return {"delayMs",
-            200.0f,
-            {{1.0f, 1000.0f, 37.0f, 250.0f}, {5.0f, 999.0f, 480.0f}},
-            {[set](float value) { set(static_cast<unsigned int>(value)); }},
-            {[get] { return static_cast<float>(get()); }}};
-}
-
-Parameter sweepWidthParameter(float defaultValue, std::function<void(float)> set,
-                              std::function<float()> get) {
-    return {"sweepWidth",
-            defaultValue,
-            {{0.001f, 0.02f, 0.0f}, {0.015f, 0.005f}},
-            {std::move(set)},
-            {std::move(get)}};
-}
-
-Parameter frequencyParameter(float defaultValue, std::function<void(float)> set,
-                             std::function<float()> get) {
-    return {"frequency",
-            defaultValue,
-            {{0.1f, 5.0f, 1.0f}, {2.5f, 0.5f}},
-            {std::move(set)},
-            {std::move(get)}};
-}
-
-Subject delaySubject() {
-    Subject subject{createNode("AudioEffects.Delay"), {}};
-    auto* node = &as<DelayNode>(subject.node);
-    subject.parameters = {
-        enabledParameter([node](bool v) { node->setIsEnabled(v); },
-                         [node] { return node->getIsEnabled(); }),
-        gainParameter(
-            "dryMix", 0.7f, [node](float v) { node->setDryMix(v); },
-            [node] { return node->getDryMix(); }),
-        gainParameter(
-            "wetMix", 0.3f, [node](float v) { node->setWetMix(v); },
-            [node] { return node->getWetMix(); }),
-        delayMsParameter([node](unsigned int v) { node->setDelayMs(v); },
-                         [node] { return node->getDelayMs(); }),
-        feedbackParameter([node](float v) { node->setFeedbackLevel(v); },
-                          [node] { return node->getFeedbackLevel(); }),
-    };
-    return subject;
-}
-
-// Adds the host property of the same name as a second setter and a second getter.
-void addPropertyAccess(Parameter& parameter, Node* node, const std::string& key,
-                       std::function<XVAny(float)> toValue,
-                       std::function<float(const XVAny&)> fromValue) {
-    parameter.setters.push_back([node, key, toValue](float value) {
-        // An error result cannot come from a well-typed value; it would show in the reads.
-        (void)node->setValue(key, toValue(value));
-    });
-    parameter.getters.push_back([node, key, fromValue] {
-        auto read = node->getValue(key);
-        return read.isOk() ? fromValue(read.value()) : std::nanf("");
-    });
-}
-
-XVAny floatValue(float value) {
-    return XVAny(value);
-}
-float floatOf(const XVAny& value) {
-    return value.kind() == XVAny::Kind::Float ? XVAny::convert<float>(value) : std::nanf("");
-}
-
-Subject pingPongSubject() {
-    Subject subject{createNode("AudioEffects.PingPongDelay"), {}};
-    auto* node = &as<PingPongDelayNode>(subject.node);
-    Node* host = subject.node.get();
-    subject.parameters = {
-        enabledParameter([node](bool v) { node->setIsEnabled(v); },
-                         [node] { return node->getIsEnabled(); }),
-        delayMsParameter([node](unsigned int v) { node->setDelayMs(v); },
-                         [node] { return node->getDelayMs(); }),
-        gainParameter(
-            "dryMix", 0.7f, [node](float v) { node->setDryMix(v); },
-            [node] { return node->getDryMix(); }),
-        gainParameter(
-            "wetMix", 0.3f, [node](float v) { node->setWetMix(v); },
-            [node] { return node->getWetMix(); }),
-        feedbackParameter([node](float v) { node->setFeedbackLevel(v); },
-                          [node] { return node->getFeedbackLevel(); }),
-    };
-    addPropertyAccess(
-        subject.parameters[0], host, "enabled", [](float v) { return XVAny(v != 0.0f); },
-        [](const XVAny& value) {
-            if (value.kind() != XVAny::Kind::Bool) return std::nanf("");
-            return XVAny::convert<bool>(value) ? 1.0f : 0.0f;
-        });
-    // The schema calls "delayMs" an int: a host sends it as one, and reads back an unsigned int.
-    addPropertyAccess(
-        subject.parameters[1], host, "delayMs", [](float v) { return XVAny(static_cast<int>(v)); },
-        [](const XVAny& value) {
-            if (value.kind() != XVAny::Kind::UnsignedInt) return std::nanf("");
-            return static_cast<float>(XVAny::convert<unsigned int>(value));
-        });
-    addPropertyAccess(subject.parameters[2], host, "dryMix", floatValue, floatOf);
-    addPropertyAccess(subject.parameters[3], host, "wetMix", floatValue, floatOf);
-    addPropertyAccess(subject.parameters[4], host, "feedbackLevel", floatValue, floatOf);
-    return subject;
-}
-
-template <typename ModulationNode>
-Subject modulationSubject(const std::string& type, float defaultSweepWidth,
-                          float defaultFrequency) {
-    Subject subject{createNode(type), {}};
-    auto* node = &as<ModulationNode>(subject.node);
-    subject.parameters = {
-        enabledParameter([node](bool v) { node->setIsEnabled(v); },
-                         [node] { return node->getIsEnabled(); }),
-        sweepWidthParameter(
-            defaultSweepWidth, [node](float v) { node->setSweepWidth(v); },
-            [node] { return node->getSweepWidth(); }),
-        frequencyParameter(
-            defaultFrequency, [node](float v) { node->setFrequency(v); },
-            [node] { return node->getFrequency(); }),
-    };
+// A node of the entry's type with a control for every catalogued parameter, and every host
+// property its descriptor declares added to the control of the same name.
+Subject subjectFor(const NodeTypeEntry& entry) {
+    Subject subject{ostrana::testing::createProcessor(entry), {}};
+    if (subject.node == nullptr) return subject;
+    for (const NodeParameter& parameter : entry.parameters) {
+        subject.controls.push_back(controlFor(parameter, subject.node.get()));
+    }
+    for (const XVAnyMap::Entry& property : entry.describe().properties) {
+        const NodeParameter* parameter = entry.findParameter(property.first);
+        if (parameter == nullptr) {
+            ADD_FAILURE() << "the catalogue lists no parameter for the property " << property.first;
+            continue;
+        }
+        const auto index = static_cast<std::size_t>(parameter - entry.parameters.data());
+        addPropertyAccess(subject.controls[index], *parameter, subject.node.get(), property.first,
+                          XVAny::convert<XVAnyMap>(property.second));
+    }
     return subject;
 }
 
 // What each control thread saw and did, read only after the threads have finished.
 struct ControlRecord {
-    std::vector<std::optional<float>> lastWritten;
+    std::vector<std::optional<ParameterValue>> lastWritten;
     std::uint64_t strayReads = 0;
 };
 
@@ -275,23 +213,28 @@ std::uint64_t countNonFinite(const AudioBus& bus) {
     return count;
 }
 
+std::string describe(const std::optional<ParameterValue>& value) {
+    return value ? formatValue(*value) : std::string("a value of another kind");
+}
+
 void runWhileParametersChange(Subject& subject) {
     ASSERT_NE(subject.node, nullptr);
-    auto& audioNode = dynamic_cast<SingleBusAudioProcessorNode&>(*subject.node);
+    ASSERT_FALSE(subject.controls.empty());
+    SingleBusAudioProcessorNode& audioNode = *subject.node;
     AudioBusFormatList inputFormats{AudioBusFormat{kChannels, kSampleRate, kFrames}};
     AudioBusFormatList outputFormats{AudioBusFormat{}};
     ASSERT_TRUE(audioNode.setBusFormats(inputFormats, outputFormats));
 
-    const std::vector<Parameter>& parameters = subject.parameters;
-    const std::size_t parameterCount = parameters.size();
+    const std::vector<Control>& controls = subject.controls;
+    const std::size_t controlCount = controls.size();
     AudioBus in(kChannels, kFrames, kSampleRate);
     AudioBus out(kChannels, kFrames, kSampleRate);
     AudioBusList inputs{&in};
     AudioBusList outputs{&out};
     std::uint32_t noise = 1;
     AudioRecord audio;
-    ControlRecord control[ConcurrentRun::kControlThreads];
-    for (ControlRecord& record : control) record.lastWritten.resize(parameterCount);
+    ControlRecord record[ConcurrentRun::kControlThreads];
+    for (ControlRecord& thread : record) thread.lastWritten.resize(controlCount);
 
     const ConcurrentRun::Counts counts = ConcurrentRun::run(
         kRunTime,
@@ -301,15 +244,16 @@ void runWhileParametersChange(Subject& subject) {
             audio.nonFiniteSamples += countNonFinite(out);
         },
         [&](unsigned int thread, std::uint64_t step) {
-            const std::size_t index = step % parameterCount;
-            const std::uint64_t round = step / parameterCount;
-            const Parameter& parameter = parameters[index];
-            const std::vector<float>& values = parameter.values[thread];
-            const float value = values[round % values.size()];
-            parameter.setters[round % parameter.setters.size()](value);
-            control[thread].lastWritten[index] = value;
-            const float read = parameter.getters[step % parameter.getters.size()]();
-            if (!parameter.mayRead(read)) ++control[thread].strayReads;
+            const std::size_t index = step % controlCount;
+            const std::uint64_t round = step / controlCount;
+            const Control& control = controls[index];
+            const std::vector<ParameterValue>& values = control.values[thread];
+            const ParameterValue& value = values[round % values.size()];
+            control.setters[round % control.setters.size()](value);
+            record[thread].lastWritten[index] = value;
+            const std::optional<ParameterValue> read =
+                control.getters[step % control.getters.size()]();
+            if (!control.mayRead(read)) ++record[thread].strayReads;
         });
 
     testing::Test::RecordProperty("blocks", std::to_string(counts.audioSteps));
@@ -320,45 +264,29 @@ void runWhileParametersChange(Subject& subject) {
     EXPECT_EQ(audio.nonFiniteSamples, 0u);
     for (unsigned int thread = 0; thread < ConcurrentRun::kControlThreads; ++thread) {
         // Every value through every setter at least once.
-        EXPECT_GE(counts.controlSteps[thread], 8 * parameterCount) << "control thread " << thread;
-        EXPECT_EQ(control[thread].strayReads, 0u) << "control thread " << thread;
+        EXPECT_GE(counts.controlSteps[thread], 8 * controlCount) << "control thread " << thread;
+        EXPECT_EQ(record[thread].strayReads, 0u) << "control thread " << thread;
     }
-    for (std::size_t index = 0; index < parameterCount; ++index) {
-        const Parameter& parameter = parameters[index];
-        ASSERT_TRUE(control[0].lastWritten[index] && control[1].lastWritten[index])
-            << parameter.name;
-        for (const auto& getter : parameter.getters) {
-            const float final = getter();
-            EXPECT_TRUE(final == *control[0].lastWritten[index] ||
-                        final == *control[1].lastWritten[index])
-                << parameter.name << " ends at " << final << ", not a last written value";
+    for (std::size_t index = 0; index < controlCount; ++index) {
+        const Control& control = controls[index];
+        ASSERT_TRUE(record[0].lastWritten[index] && record[1].lastWritten[index]) << control.name;
+        for (const Getter& getter : control.getters) {
+            const std::optional<ParameterValue> final = getter();
+            EXPECT_TRUE(final == record[0].lastWritten[index] ||
+                        final == record[1].lastWritten[index])
+                << control.name << " ends at " << describe(final) << ", not a last written value";
         }
     }
 }
 
-TEST(NodeConcurrencyTest, DelayTakesParameterChangesWhileProcessing) {
-    Subject subject = delaySubject();
+class NodeConcurrencyTest : public testing::TestWithParam<NodeTypeEntry> {};
+
+TEST_P(NodeConcurrencyTest, TakesParameterAndPropertyChangesWhileProcessing) {
+    Subject subject = subjectFor(GetParam());
     runWhileParametersChange(subject);
 }
 
-TEST(NodeConcurrencyTest, PingPongDelayTakesAccessorAndPropertyChangesWhileProcessing) {
-    Subject subject = pingPongSubject();
-    runWhileParametersChange(subject);
-}
-
-TEST(NodeConcurrencyTest, ChorusTakesParameterChangesWhileProcessing) {
-    Subject subject = modulationSubject<ChorusNode>("AudioEffects.Chorus", 0.025f, 0.2f);
-    runWhileParametersChange(subject);
-}
-
-TEST(NodeConcurrencyTest, FlangerTakesParameterChangesWhileProcessing) {
-    Subject subject = modulationSubject<FlangerNode>("AudioEffects.Flanger", 0.005f, 0.4f);
-    runWhileParametersChange(subject);
-}
-
-TEST(NodeConcurrencyTest, VibratoTakesParameterChangesWhileProcessing) {
-    Subject subject = modulationSubject<VibratoNode>("AudioEffects.Vibrato", 0.01f, 4.0f);
-    runWhileParametersChange(subject);
-}
+INSTANTIATE_TEST_SUITE_P(EveryNodeType, NodeConcurrencyTest, ostrana::testing::everyNodeType(),
+                         ostrana::testing::nodeTypeTestName);
 
 }  // namespace

@@ -1,15 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioBusList.h>
 #include <ostrana/sdk/AudioNode.h>
@@ -17,6 +15,7 @@
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
+#include "audioeffects/EveryNodeType.h"
 #include "audioeffects/extension/ExpectedNodeTypes.h"
 
 using namespace ostrana;
@@ -26,6 +25,8 @@ using ostrana::testing::nodeTypeDifferences;
 
 namespace {
 
+// What the factory must register, written out here; the tests of what every type does take the
+// types from the catalogue instead.
 const std::vector<std::string> kTypeNames = {"AudioEffects.Delay", "AudioEffects.PingPongDelay",
                                              "AudioEffects.Vibrato", "AudioEffects.Flanger",
                                              "AudioEffects.Chorus"};
@@ -101,143 +102,83 @@ TEST(AudioEffectsNodeFactory, RegistersTheCompleteDescriptorOfEachType) {
     }
 }
 
-TEST(AudioEffectsNodeFactory, EveryTypeIsFoundByItsFullyQualifiedName) {
+// What every catalogued node type does when the factory makes it, one case per type.
+class AudioEffectsNodeFactoryType : public ::testing::TestWithParam<NodeTypeEntry> {};
+
+TEST_P(AudioEffectsNodeFactoryType, IsFoundByItsFullyQualifiedName) {
+    EXPECT_TRUE(AudioEffectsNodeFactory().hasNodeType(GetParam().typeName()));
+}
+
+// The catalogue's accessors work on a node of their own type only (they throw
+// std::invalid_argument for any other): the factory's node is of the type's own class when its
+// type's accessors read it and every other type's refuse it.
+TEST_P(AudioEffectsNodeFactoryType, CreatesTheMatchingNodeClass) {
     AudioEffectsNodeFactory factory;
-    for (const std::string& name : kTypeNames) EXPECT_TRUE(factory.hasNodeType(name)) << name;
-}
-
-TEST(AudioEffectsNodeFactory, CreatesTheMatchingNodeClassForEachType) {
-    AudioEffectsNodeFactory factory;
-    const XVAnyMap empty;
-    EXPECT_NE(dynamic_cast<DelayNode*>(create(factory, "AudioEffects.Delay", empty).get()),
-              nullptr);
-    EXPECT_NE(dynamic_cast<PingPongDelayNode*>(
-                  create(factory, "AudioEffects.PingPongDelay", empty).get()),
-              nullptr);
-    EXPECT_NE(dynamic_cast<VibratoNode*>(create(factory, "AudioEffects.Vibrato", empty).get()),
-              nullptr);
-    EXPECT_NE(dynamic_cast<FlangerNode*>(create(factory, "AudioEffects.Flanger", empty).get()),
-              nullptr);
-    EXPECT_NE(dynamic_cast<ChorusNode*>(create(factory, "AudioEffects.Chorus", empty).get()),
-              nullptr);
-}
-
-TEST(AudioEffectsNodeFactory, EachCreationGivesANewNode) {
-    AudioEffectsNodeFactory factory;
-    for (const std::string& name : kTypeNames) {
-        const std::unique_ptr<Node> first = create(factory, name, XVAnyMap{});
-        const std::unique_ptr<Node> second = create(factory, name, XVAnyMap{});
-        ASSERT_NE(first, nullptr);
-        ASSERT_NE(second, nullptr);
-        EXPECT_NE(first.get(), second.get()) << name;
-    }
-}
-
-TEST(AudioEffectsNodeFactory, DelayStartsFromItsDefaultsWhateverTheConfiguration) {
-    NodePair nodes = createPair("AudioEffects.Delay");
-    auto* plain = dynamic_cast<DelayNode*>(nodes.fromEmpty.get());
-    auto* configured = dynamic_cast<DelayNode*>(nodes.fromUnrelated.get());
-    ASSERT_NE(plain, nullptr);
-    ASSERT_NE(configured, nullptr);
-    for (DelayNode* node : {plain, configured}) {
-        EXPECT_TRUE(node->getIsEnabled());
-        EXPECT_EQ(node->getDryMix(), 0.7f);
-        EXPECT_EQ(node->getWetMix(), 0.3f);
-        EXPECT_EQ(node->getDelayMs(), 200u);
-        EXPECT_EQ(node->getFeedbackLevel(), 0.2f);
-    }
-}
-
-TEST(AudioEffectsNodeFactory, PingPongDelayStartsFromItsDefaultsWhateverTheConfiguration) {
-    NodePair nodes = createPair("AudioEffects.PingPongDelay");
-    auto* plain = dynamic_cast<PingPongDelayNode*>(nodes.fromEmpty.get());
-    auto* configured = dynamic_cast<PingPongDelayNode*>(nodes.fromUnrelated.get());
-    ASSERT_NE(plain, nullptr);
-    ASSERT_NE(configured, nullptr);
-    const std::vector<std::pair<std::string, XVAny>> defaults = {{"enabled", XVAny(true)},
-                                                                 {"delayMs", XVAny(200u)},
-                                                                 {"dryMix", XVAny(0.7f)},
-                                                                 {"wetMix", XVAny(0.3f)},
-                                                                 {"feedbackLevel", XVAny(0.2f)}};
-    for (PingPongDelayNode* node : {plain, configured}) {
-        for (const auto& [key, expected] : defaults) {
-            const Result<XVAny> value = node->getValue(key);
-            ASSERT_TRUE(value.isOk()) << key << ": " << value.errorMessage();
-            EXPECT_EQ(value.value(), expected) << key;
-        }
-        EXPECT_TRUE(node->getIsEnabled());
-        EXPECT_EQ(node->getDelayMs(), 200u);
-        EXPECT_EQ(node->getDryMix(), 0.7f);
-        EXPECT_EQ(node->getWetMix(), 0.3f);
-        EXPECT_EQ(node->getFeedbackLevel(), 0.2f);
-    }
-}
-
-TEST(AudioEffectsNodeFactory, VibratoStartsFromItsDefaultsWhateverTheConfiguration) {
-    NodePair nodes = createPair("AudioEffects.Vibrato");
-    auto* plain = dynamic_cast<VibratoNode*>(nodes.fromEmpty.get());
-    auto* configured = dynamic_cast<VibratoNode*>(nodes.fromUnrelated.get());
-    ASSERT_NE(plain, nullptr);
-    ASSERT_NE(configured, nullptr);
-    for (VibratoNode* node : {plain, configured}) {
-        EXPECT_TRUE(node->getIsEnabled());
-        EXPECT_EQ(node->getSweepWidth(), 0.01f);
-        EXPECT_EQ(node->getFrequency(), 4.0f);
-    }
-}
-
-TEST(AudioEffectsNodeFactory, FlangerStartsFromItsDefaultsWhateverTheConfiguration) {
-    NodePair nodes = createPair("AudioEffects.Flanger");
-    auto* plain = dynamic_cast<FlangerNode*>(nodes.fromEmpty.get());
-    auto* configured = dynamic_cast<FlangerNode*>(nodes.fromUnrelated.get());
-    ASSERT_NE(plain, nullptr);
-    ASSERT_NE(configured, nullptr);
-    for (FlangerNode* node : {plain, configured}) {
-        EXPECT_TRUE(node->getIsEnabled());
-        EXPECT_EQ(node->getSweepWidth(), 0.005f);
-        EXPECT_EQ(node->getFrequency(), 0.4f);
-    }
-}
-
-TEST(AudioEffectsNodeFactory, ChorusStartsFromItsDefaultsWhateverTheConfiguration) {
-    NodePair nodes = createPair("AudioEffects.Chorus");
-    auto* plain = dynamic_cast<ChorusNode*>(nodes.fromEmpty.get());
-    auto* configured = dynamic_cast<ChorusNode*>(nodes.fromUnrelated.get());
-    ASSERT_NE(plain, nullptr);
-    ASSERT_NE(configured, nullptr);
-    for (ChorusNode* node : {plain, configured}) {
-        EXPECT_TRUE(node->getIsEnabled());
-        EXPECT_EQ(node->getSweepWidth(), 0.025f);
-        EXPECT_EQ(node->getFrequency(), 0.2f);
-    }
-}
-
-TEST(AudioEffectsNodeFactory, DelayAndModulationNodesTakeOneOrTwoChannelsButNotThree) {
-    AudioEffectsNodeFactory factory;
-    for (const char* type : {"AudioEffects.Delay", "AudioEffects.Vibrato", "AudioEffects.Flanger",
-                             "AudioEffects.Chorus"}) {
-        for (const XVAnyMap& configuration :
-             {XVAnyMap{}, unrelatedAndWronglyTypedConfiguration()}) {
-            const std::unique_ptr<Node> node = create(factory, type, configuration);
-            ASSERT_NE(node, nullptr);
-            EXPECT_TRUE(acceptsChannels(*node, 1)) << type;
-            EXPECT_TRUE(acceptsChannels(*node, 2)) << type;
-            EXPECT_FALSE(acceptsChannels(*node, 3)) << type;
+    const std::unique_ptr<Node> node = create(factory, GetParam().typeName(), XVAnyMap{});
+    ASSERT_NE(node, nullptr);
+    for (const NodeTypeEntry& other : EffectCatalogue::nodeTypes()) {
+        const bool own = other.typeName() == GetParam().typeName();
+        for (const NodeParameter& parameter : other.parameters) {
+            SCOPED_TRACE(other.typeName() + " " + std::string(parameter.name));
+            if (own) {
+                EXPECT_NO_THROW(parameter.read(*node));
+            } else {
+                EXPECT_THROW(parameter.read(*node), std::invalid_argument);
+            }
         }
     }
 }
 
-TEST(AudioEffectsNodeFactory, PingPongDelayTakesTwoChannelsOnly) {
+TEST_P(AudioEffectsNodeFactoryType, EachCreationGivesANewNode) {
+    AudioEffectsNodeFactory factory;
+    const std::unique_ptr<Node> first = create(factory, GetParam().typeName(), XVAnyMap{});
+    const std::unique_ptr<Node> second = create(factory, GetParam().typeName(), XVAnyMap{});
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(first.get(), second.get());
+}
+
+// Every catalogued parameter, and every host property the descriptor declares, starts at the
+// catalogue's default, from an empty configuration and from one of wrongly typed entries named
+// like parameters.
+TEST_P(AudioEffectsNodeFactoryType, StartsFromItsDefaultsWhateverTheConfiguration) {
+    const NodeTypeEntry& entry = GetParam();
+    const NodePair nodes = createPair(entry.typeName());
+    ASSERT_NE(nodes.fromEmpty, nullptr);
+    ASSERT_NE(nodes.fromUnrelated, nullptr);
+    const XVAnyMap properties = entry.describe().properties;
+    for (Node* node : {nodes.fromEmpty.get(), nodes.fromUnrelated.get()}) {
+        for (const NodeParameter& parameter : entry.parameters) {
+            EXPECT_EQ(parameter.read(*node), parameter.defaultValue) << parameter.name;
+        }
+        for (const XVAnyMap::Entry& property : properties) {
+            const NodeParameter* parameter = entry.findParameter(property.first);
+            ASSERT_NE(parameter, nullptr) << property.first;
+            const Result<XVAny> value = node->getValue(property.first);
+            ASSERT_TRUE(value.isOk()) << property.first << ": " << value.errorMessage();
+            EXPECT_EQ(value.value(),
+                      std::visit([](auto held) { return XVAny(held); }, parameter->defaultValue))
+                << property.first;
+        }
+    }
+}
+
+// Exactly the catalogue's channel counts, from either configuration.
+TEST_P(AudioEffectsNodeFactoryType, TakesExactlyItsChannelCounts) {
+    const NodeTypeEntry& entry = GetParam();
     AudioEffectsNodeFactory factory;
     for (const XVAnyMap& configuration : {XVAnyMap{}, unrelatedAndWronglyTypedConfiguration()}) {
-        const std::unique_ptr<Node> node =
-            create(factory, "AudioEffects.PingPongDelay", configuration);
+        const std::unique_ptr<Node> node = create(factory, entry.typeName(), configuration);
         ASSERT_NE(node, nullptr);
-        EXPECT_FALSE(acceptsChannels(*node, 1));
-        EXPECT_TRUE(acceptsChannels(*node, 2));
-        EXPECT_FALSE(acceptsChannels(*node, 3));
+        for (unsigned int channels = 1; channels <= entry.maxChannels + 1; ++channels) {
+            EXPECT_EQ(acceptsChannels(*node, channels), entry.acceptsChannels(channels))
+                << channels << " channels";
+        }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(EveryNodeType, AudioEffectsNodeFactoryType,
+                         ostrana::testing::everyNodeType(), ostrana::testing::nodeTypeTestName);
 
 TEST(AudioEffectsNodeFactory, UnknownTypeIsTheHostsErrorNamingIt) {
     AudioEffectsNodeFactory factory;
@@ -253,15 +194,17 @@ TEST(AudioEffectsNodeFactory, NodesOutliveTheFactoryThatMadeThem) {
     std::vector<std::unique_ptr<Node>> nodes;
     {
         AudioEffectsNodeFactory factory;
-        for (const std::string& name : kTypeNames)
-            nodes.push_back(create(factory, name, XVAnyMap{}));
+        for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+            nodes.push_back(create(factory, entry.typeName(), XVAnyMap{}));
+        }
     }
-    for (const std::unique_ptr<Node>& node : nodes) {
-        ASSERT_NE(node, nullptr);
-        EXPECT_TRUE(acceptsChannels(*node, 2));
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        const NodeTypeEntry& entry = EffectCatalogue::nodeTypes()[i];
+        ASSERT_NE(nodes[i], nullptr);
+        EXPECT_TRUE(acceptsChannels(*nodes[i], 2)) << entry.typeName();
+        // Every parameter still reads and writes: the last one set to its maximum.
+        const NodeParameter& parameter = entry.parameters.back();
+        parameter.write(*nodes[i], parameter.maximum);
+        EXPECT_EQ(parameter.read(*nodes[i]), parameter.maximum) << entry.typeName();
     }
-    auto* delay = dynamic_cast<DelayNode*>(nodes[0].get());
-    ASSERT_NE(delay, nullptr);
-    delay->setDelayMs(300);
-    EXPECT_EQ(delay->getDelayMs(), 300u);
 }

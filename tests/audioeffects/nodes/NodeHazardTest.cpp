@@ -1,7 +1,9 @@
 // The hazards a host can walk the nodes into, each shown to be safe: a delay longer than the
 // line, a ping-pong delay shorter than one sample, a sample rate of 0 and back, a block with
 // more channels than were negotiated (or an output bus too small for it), and an oscillator at
-// or above the sample rate. Every node is made by the extension's factory, as a host makes it.
+// or above the sample rate. Every node is made by the extension's factory, as a host makes it;
+// the hazards every node type can meet run for each type of the extension's catalogue (those of
+// an oscillator for each type with a "frequency"), and parameters are set through the catalogue.
 // In the AddressSanitizer build these also prove that no sample access leaves its buffer.
 
 #include <gtest/gtest.h>
@@ -14,18 +16,13 @@
 #include <vector>
 
 #include <ostrana/audio/LFO.h>
-#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioBusList.h>
-#include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
-#include <ostrana/sdk/XVAnyMap.h>
+
+#include "audioeffects/EveryNodeType.h"
 
 namespace {
 
@@ -33,10 +30,10 @@ using ostrana::AudioBus;
 using ostrana::AudioBusFormat;
 using ostrana::AudioBusFormatList;
 using ostrana::AudioBusList;
-using ostrana::Node;
 using ostrana::SingleBusAudioProcessorNode;
-using ostrana::XVAnyMap;
 using ostrana::audio::LFO;
+using ostrana::testing::createProcessor;
+using ostrana::testing::nodeTypesWhere;
 using namespace ostrana::extensions::audioeffects;
 
 // Samples per channel; a signal is one such vector per channel.
@@ -44,34 +41,28 @@ using Channel = std::vector<float>;
 using Signal = std::vector<Channel>;
 
 constexpr unsigned int kLineLength = 48000;
-const char* const kAllTypes[] = {"AudioEffects.Delay", "AudioEffects.PingPongDelay",
-                                 "AudioEffects.Vibrato", "AudioEffects.Flanger",
-                                 "AudioEffects.Chorus"};
-const char* const kModulationTypes[] = {"AudioEffects.Vibrato", "AudioEffects.Flanger",
-                                        "AudioEffects.Chorus"};
 
-AudioEffectsNodeFactory& factory() {
-    static AudioEffectsNodeFactory instance;
-    return instance;
+// The two node types whose own hazards are tested here, and their delay parameters.
+const NodeTypeEntry& delayType() {
+    return *EffectCatalogue::find("AudioEffects.Delay");
+}
+const NodeTypeEntry& pingPongType() {
+    return *EffectCatalogue::find("AudioEffects.PingPongDelay");
 }
 
-std::unique_ptr<SingleBusAudioProcessorNode> create(const std::string& type) {
-    auto created = factory().createNode(type, XVAnyMap{});
-    if (!created.isOk()) return nullptr;
-    std::unique_ptr<Node> node = std::move(created).value();
-    auto* audioNode = dynamic_cast<SingleBusAudioProcessorNode*>(node.get());
-    if (audioNode == nullptr) return nullptr;
-    node.release();
-    return std::unique_ptr<SingleBusAudioProcessorNode>(audioNode);
+void setDelayMs(const NodeTypeEntry& type, SingleBusAudioProcessorNode& node,
+                unsigned int delayMs) {
+    type.findParameter("delayMs")->write(node, delayMs);
 }
 
-bool isPingPong(const std::string& type) {
-    return type == "AudioEffects.PingPongDelay";
+bool isPingPong(const NodeTypeEntry& type) {
+    return &type == &pingPongType();
 }
 
-// The channel count each node type can be given: two for the ping-pong delay, else one.
-unsigned int channelsFor(const std::string& type) {
-    return isPingPong(type) ? 2 : 1;
+// The node types with an oscillator: those whose swing has a frequency.
+std::vector<NodeTypeEntry> oscillatingTypes() {
+    return nodeTypesWhere(
+        [](const NodeTypeEntry& entry) { return entry.findParameter("frequency") != nullptr; });
 }
 
 bool accept(SingleBusAudioProcessorNode& node, unsigned int channels) {
@@ -176,9 +167,9 @@ Signal expectedLineLengthEcho(unsigned int frames) {
 }
 
 Signal delayImpulseResponse(unsigned int delayMs, unsigned int sampleRate, unsigned int frames) {
-    auto node = create("AudioEffects.Delay");
+    auto node = createProcessor(delayType());
     EXPECT_TRUE(accept(*node, 1));
-    dynamic_cast<DelayNode&>(*node).setDelayMs(delayMs);
+    setDelayMs(delayType(), *node, delayMs);
     return processSignal(*node, impulse(1, frames), sampleRate);
 }
 
@@ -203,15 +194,15 @@ TEST(DelayHazardTest, DelayLongerThanTheLineEchoesAt48000Samples) {
 // Lengthening the delay beyond the line in the middle of a stream reads from the same place in
 // the line as a delay of exactly the line would: the read position stays inside the line.
 TEST(DelayHazardTest, LengtheningBeyondTheLineMidStreamReadsAsTheWholeLine) {
-    auto longer = create("AudioEffects.Delay");
-    auto exact = create("AudioEffects.Delay");
+    auto longer = createProcessor(delayType());
+    auto exact = createProcessor(delayType());
     ASSERT_TRUE(accept(*longer, 2) && accept(*exact, 2));
     const Signal before = noise(2, 20000, 1);
     const Signal after = noise(2, 60000, 2);
     EXPECT_TRUE(
         sameSignal(processSignal(*longer, before, 48000), processSignal(*exact, before, 48000)));
-    dynamic_cast<DelayNode&>(*longer).setDelayMs(60000);
-    dynamic_cast<DelayNode&>(*exact).setDelayMs(1000);
+    setDelayMs(delayType(), *longer, 60000);
+    setDelayMs(delayType(), *exact, 1000);
     const Signal fromLonger = processSignal(*longer, after, 48000);
     EXPECT_TRUE(allFinite(fromLonger));
     EXPECT_TRUE(sameSignal(fromLonger, processSignal(*exact, after, 48000)));
@@ -220,9 +211,9 @@ TEST(DelayHazardTest, LengtheningBeyondTheLineMidStreamReadsAsTheWholeLine) {
 // --- A ping-pong delay below one sample, and above the rings -------------------------------
 
 Signal pingPongResponse(unsigned int delayMs, unsigned int sampleRate, const Signal& input) {
-    auto node = create("AudioEffects.PingPongDelay");
+    auto node = createProcessor(pingPongType());
     EXPECT_TRUE(accept(*node, 2));
-    dynamic_cast<PingPongDelayNode&>(*node).setDelayMs(delayMs);
+    setDelayMs(pingPongType(), *node, delayMs);
     return processSignal(*node, input, sampleRate, 1000);
 }
 
@@ -264,21 +255,20 @@ TEST(PingPongDelayHazardTest, DelayBeyondTheRingsRunsAsTheWholeRings) {
 // only ever saw the real rate. The ping-pong delay keeps its rings across a rate change, so its
 // rate-0 block is matched by a block of the same one-sample delay on the other node.
 TEST(SampleRateHazardTest, FirstBlockAtRateZeroThenARealRateRunsAsFromTheStart) {
-    for (const std::string type : kAllTypes) {
-        SCOPED_TRACE(type);
-        auto zeroFirst = create(type);
-        auto reference = create(type);
-        const unsigned int channels = isPingPong(type) ? 2 : 1;
+    for (const NodeTypeEntry& type : EffectCatalogue::nodeTypes()) {
+        SCOPED_TRACE(type.typeName());
+        auto zeroFirst = createProcessor(type);
+        auto reference = createProcessor(type);
+        const unsigned int channels = type.minChannels;
         ASSERT_TRUE(accept(*zeroFirst, channels) && accept(*reference, channels));
         const Signal first = noise(channels, 512, 5);
         const Signal then = noise(channels, 20000, 6);
         const Signal atZero = processSignal(*zeroFirst, first, 0);
         EXPECT_EQ(allFinite(atZero), true);
         if (isPingPong(type)) {
-            auto& pingPong = dynamic_cast<PingPongDelayNode&>(*reference);
-            pingPong.setDelayMs(1);
+            setDelayMs(type, *reference, 1);
             EXPECT_TRUE(sameSignal(processSignal(*reference, first, 1000), atZero));
-            pingPong.setDelayMs(200);
+            setDelayMs(type, *reference, 200);
         }
         EXPECT_TRUE(sameSignal(processSignal(*zeroFirst, then, 48000),
                                processSignal(*reference, then, 48000)));
@@ -293,37 +283,39 @@ TEST(SampleRateHazardTest, DelayNodesComeBackFromRateZeroMidStream) {
     const Signal zeroBlock = noise(2, 512, 8);
     const Signal then = noise(2, 20000, 9);
 
-    auto delay = create("AudioEffects.Delay");
-    auto freshDelay = create("AudioEffects.Delay");
+    auto delay = createProcessor(delayType());
+    auto freshDelay = createProcessor(delayType());
     ASSERT_TRUE(accept(*delay, 2) && accept(*freshDelay, 2));
     processSignal(*delay, warmUp, 48000);
     EXPECT_TRUE(allFinite(processSignal(*delay, zeroBlock, 0)));
     EXPECT_TRUE(
         sameSignal(processSignal(*delay, then, 48000), processSignal(*freshDelay, then, 48000)));
 
-    auto pingPong = create("AudioEffects.PingPongDelay");
-    auto twin = create("AudioEffects.PingPongDelay");
+    auto pingPong = createProcessor(pingPongType());
+    auto twin = createProcessor(pingPongType());
     ASSERT_TRUE(accept(*pingPong, 2) && accept(*twin, 2));
     EXPECT_TRUE(
         sameSignal(processSignal(*pingPong, warmUp, 48000), processSignal(*twin, warmUp, 48000)));
-    auto& twinNode = dynamic_cast<PingPongDelayNode&>(*twin);
-    twinNode.setDelayMs(1);
+    setDelayMs(pingPongType(), *twin, 1);
     EXPECT_TRUE(
         sameSignal(processSignal(*pingPong, zeroBlock, 0), processSignal(*twin, zeroBlock, 1000)));
-    twinNode.setDelayMs(200);
+    setDelayMs(pingPongType(), *twin, 200);
     EXPECT_TRUE(
         sameSignal(processSignal(*pingPong, then, 48000), processSignal(*twin, then, 48000)));
 }
 
 // An oscillator that has run at a real rate and is then stepped at rate 0 gets an infinite
 // step (1 / 0), so its phase becomes infinite and every later output is not a number: that is
-// the oscillator's documented behaviour, and the modulation nodes inherit it. What must hold is
-// that nothing traps or reads outside a line on the way (the sanitizer builds watch), that
-// every block is still taken, and that a bypassed node still passes its input through exactly.
+// the oscillator's documented behaviour, and the nodes with an oscillator inherit it. What must
+// hold is that nothing traps or reads outside a line on the way (the sanitizer builds watch),
+// that every block is still taken, and that a bypassed node still passes its input through
+// exactly.
 TEST(SampleRateHazardTest, ModulationNodesStaySafeAfterRateZeroMidStream) {
-    for (const std::string type : kModulationTypes) {
-        SCOPED_TRACE(type);
-        auto node = create(type);
+    const std::vector<NodeTypeEntry> types = oscillatingTypes();
+    ASSERT_FALSE(types.empty());
+    for (const NodeTypeEntry& type : types) {
+        SCOPED_TRACE(type.typeName());
+        auto node = createProcessor(type);
         ASSERT_TRUE(accept(*node, 2));
         const Signal input = noise(2, 4096, 10);
         unsigned int refused = 0;
@@ -337,9 +329,7 @@ TEST(SampleRateHazardTest, ModulationNodesStaySafeAfterRateZeroMidStream) {
 
         AudioBus in = busOf(input, 0, 4096, 48000);
         AudioBus out(2, 4096);
-        if (auto* chorus = dynamic_cast<ChorusNode*>(node.get())) chorus->setIsEnabled(false);
-        if (auto* flanger = dynamic_cast<FlangerNode*>(node.get())) flanger->setIsEnabled(false);
-        if (auto* vibrato = dynamic_cast<VibratoNode*>(node.get())) vibrato->setIsEnabled(false);
+        type.findParameter("enabled")->write(*node, false);
         ASSERT_TRUE(node->process(in, out));
         for (unsigned int c = 0; c < 2; ++c) {
             for (unsigned int f = 0; f < 4096; ++f) {
@@ -373,11 +363,11 @@ bool allMarked(const AudioBus& bus) {
 // not touch the output; the node is not run at all, so it goes on exactly like a twin that
 // never saw the block.
 TEST(ChannelHazardTest, BlockWithMoreChannelsThanNegotiatedIsRefusedAndNeverProcessed) {
-    for (const std::string type : kAllTypes) {
-        SCOPED_TRACE(type);
-        const unsigned int channels = channelsFor(type);
-        auto node = create(type);
-        auto twin = create(type);
+    for (const NodeTypeEntry& type : EffectCatalogue::nodeTypes()) {
+        SCOPED_TRACE(type.typeName());
+        const unsigned int channels = type.minChannels;
+        auto node = createProcessor(type);
+        auto twin = createProcessor(type);
         ASSERT_TRUE(accept(*node, channels) && accept(*twin, channels));
         const Signal warmUp = noise(channels, 3000, 11);
         EXPECT_TRUE(
@@ -398,14 +388,15 @@ TEST(ChannelHazardTest, BlockWithMoreChannelsThanNegotiatedIsRefusedAndNeverProc
 }
 
 TEST(ChannelHazardTest, NodeWithoutAnAcceptedFormatRefusesEveryBlock) {
-    for (const std::string type : kAllTypes) {
-        SCOPED_TRACE(type);
-        auto node = create(type);
+    for (const NodeTypeEntry& type : EffectCatalogue::nodeTypes()) {
+        SCOPED_TRACE(type.typeName());
+        auto node = createProcessor(type);
         unsigned int refused = 0;
         processSignal(*node, noise(2, 2048, 14), 48000, 1024, &refused);
         EXPECT_EQ(refused, 2u);
-        EXPECT_FALSE(accept(*node, 3));
-        processSignal(*node, noise(3, 1024, 15), 48000, 1024, &refused);
+        const unsigned int tooMany = type.maxChannels + 1;
+        EXPECT_FALSE(accept(*node, tooMany));
+        processSignal(*node, noise(tooMany, 1024, 15), 48000, 1024, &refused);
         EXPECT_EQ(refused, 3u);
     }
 }
@@ -439,14 +430,16 @@ TEST(ChannelHazardTest, DirectBlockTheNodeCannotTakePassesThroughWithoutTouching
         unsigned int outChannels;
         unsigned int outCapacity;
     };
-    for (const std::string type : kAllTypes) {
-        SCOPED_TRACE(type);
+    for (const NodeTypeEntry& type : EffectCatalogue::nodeTypes()) {
+        SCOPED_TRACE(type.typeName());
         std::vector<Shape> shapes = {{2, 1, 512}, {2, 2, 256}, {1, 0, 512}};
         // The ping-pong delay's rings do not depend on the channel index: any channel count
-        // that the output bus can hold is processed. The others have two lines and no more.
-        if (!isPingPong(type)) shapes.push_back({3, 3, 512});
-        auto node = create(type);
-        auto twin = create(type);
+        // that the output bus can hold is processed. The others have a line for each channel
+        // they take and no more.
+        const unsigned int tooMany = type.maxChannels + 1;
+        if (!isPingPong(type)) shapes.push_back({tooMany, tooMany, 512});
+        auto node = createProcessor(type);
+        auto twin = createProcessor(type);
         ASSERT_TRUE(accept(*node, 2) && accept(*twin, 2));
         const Signal warmUp = noise(2, 3000, 16);
         EXPECT_TRUE(
@@ -504,22 +497,17 @@ TEST(OscillatorHazardTest, FrequencyAboveTheSampleRateGrowsThePhaseAndStaysFinit
     EXPECT_GT(fast.getPhase(), 1.0f);
 }
 
-// The modulation nodes with their oscillators at and above the sample rate: the output stays
-// finite for a second of audio, and no read leaves a line.
+// The nodes with an oscillator, at and above the sample rate: the output stays finite for a
+// second of audio, and no read leaves a line.
 TEST(OscillatorHazardTest, ModulationNodesWithOscillatorsAtOrAboveTheRateStayFinite) {
+    const std::vector<NodeTypeEntry> types = oscillatingTypes();
+    ASSERT_FALSE(types.empty());
     for (const float frequency : {48000.0f, 96000.0f, 1e6f}) {
-        for (const std::string type : kModulationTypes) {
-            SCOPED_TRACE(type + " at " + std::to_string(frequency) + " Hz");
-            auto node = create(type);
+        for (const NodeTypeEntry& type : types) {
+            SCOPED_TRACE(type.typeName() + " at " + std::to_string(frequency) + " Hz");
+            auto node = createProcessor(type);
             ASSERT_TRUE(accept(*node, 2));
-            if (auto* chorus = dynamic_cast<ChorusNode*>(node.get()))
-                chorus->setFrequency(frequency);
-            if (auto* flanger = dynamic_cast<FlangerNode*>(node.get())) {
-                flanger->setFrequency(frequency);
-            }
-            if (auto* vibrato = dynamic_cast<VibratoNode*>(node.get())) {
-                vibrato->setFrequency(frequency);
-            }
+            type.findParameter("frequency")->write(*node, frequency);
             EXPECT_TRUE(allFinite(processSignal(*node, noise(2, 48000, 19), 48000)));
         }
     }

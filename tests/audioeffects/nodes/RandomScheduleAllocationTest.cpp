@@ -1,33 +1,31 @@
-// Every node type, made by the extension's factory, through a long random schedule: between
-// blocks anything a host may do (parameters set to any value, NaN, infinities and huge values
-// included; the sample rate, channel count and frame count changed; formats renegotiated; the
-// node enabled and disabled; the ping-pong delay's properties set), and then a block, through
-// the list-level process or directly. Only the process calls are measured: none may allocate.
+// Every node type of the extension's catalogue, made by the extension's factory, through a long
+// random schedule: between blocks anything a host may do (every catalogued parameter set to any
+// value of its kind, NaN, infinities and huge values included; the sample rate, channel count
+// and frame count changed; formats renegotiated; the node enabled and disabled; every host
+// property the type's descriptor declares set to any value), and then a block, through the
+// list-level process or directly. Only the process calls are measured: none may allocate.
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <random>
 #include <string>
+#include <variant>
 #include <vector>
 
-#include <ostrana/audioeffects/AudioEffectsNodeFactory.h>
-#include <ostrana/audioeffects/ChorusNode.h>
-#include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
-#include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioBusList.h>
-#include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
+#include "audioeffects/EveryNodeType.h"
 #include "audioeffects/nodes/AllocationCounter.h"
 
 namespace {
@@ -36,7 +34,6 @@ using ostrana::AudioBus;
 using ostrana::AudioBusFormat;
 using ostrana::AudioBusFormatList;
 using ostrana::AudioBusList;
-using ostrana::Node;
 using ostrana::SingleBusAudioProcessorNode;
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
@@ -71,10 +68,29 @@ float anyFloat(Random& random) {
     return kValues[random() % std::size(kValues)];
 }
 
-unsigned int anyDelayMs(Random& random) {
-    static constexpr unsigned int kValues[] = {0, 1, 2, 200, 999, 1000, 1001, 5000, 0xFFFFFFFF};
+// Mostly a value at or around the parameter's range or at the ends of its type, sometimes any.
+unsigned int anyWholeNumber(const NodeParameter& parameter, Random& random) {
+    const auto minimum = std::get<unsigned int>(parameter.minimum);
+    const auto maximum = std::get<unsigned int>(parameter.maximum);
+    const unsigned int values[] = {
+        0,           minimum, minimum + 1, parameter.defaultAs<unsigned int>(),
+        maximum - 1, maximum, maximum + 1, 5 * maximum,
+        0xFFFFFFFF};
     if (random() % 4 == 0) return static_cast<unsigned int>(random());
-    return kValues[random() % std::size(kValues)];
+    return values[random() % std::size(values)];
+}
+
+// Any value of the parameter's kind.
+ParameterValue anyValueFor(const NodeParameter& parameter, Random& random) {
+    switch (parameter.kind) {
+        case ParameterKind::Switch:
+            return random() % 3 != 0;
+        case ParameterKind::WholeNumber:
+            return anyWholeNumber(parameter, random);
+        case ParameterKind::RealNumber:
+            break;
+    }
+    return anyFloat(random);
 }
 
 unsigned int anySampleRate(Random& random) {
@@ -101,45 +117,28 @@ XVAny anyValue(Random& random) {
     }
 }
 
-// What the schedule may change on a node between blocks: each entry sets one parameter (or,
-// for the ping-pong delay, one property) to a random value.
+// What the schedule may change on a node between blocks: each entry sets one catalogued
+// parameter, or one host property the type's descriptor declares, to a random value.
 using Change = std::function<void(Random&)>;
 
-template <typename ModulationNode>
-std::vector<Change> modulationChanges(ModulationNode* node) {
-    return {
-        [node](Random& random) { node->setIsEnabled(random() % 3 != 0); },
-        [node](Random& random) { node->setSweepWidth(anyFloat(random)); },
-        [node](Random& random) { node->setFrequency(anyFloat(random)); },
-    };
-}
-
-template <typename DelayLikeNode>
-std::vector<Change> delayChanges(DelayLikeNode* node) {
-    return {
-        [node](Random& random) { node->setIsEnabled(random() % 3 != 0); },
-        [node](Random& random) { node->setDryMix(anyFloat(random)); },
-        [node](Random& random) { node->setWetMix(anyFloat(random)); },
-        [node](Random& random) { node->setDelayMs(anyDelayMs(random)); },
-        [node](Random& random) { node->setFeedbackLevel(anyFloat(random)); },
-    };
-}
-
-std::vector<Change> changesFor(Node& node) {
-    if (auto* delay = dynamic_cast<DelayNode*>(&node)) return delayChanges(delay);
-    if (auto* pingPong = dynamic_cast<PingPongDelayNode*>(&node)) {
-        std::vector<Change> changes = delayChanges(pingPong);
-        changes.push_back([pingPong](Random& random) {
-            static const char* const kKeys[] = {"enabled", "delayMs", "dryMix", "wetMix",
-                                                "feedbackLevel"};
-            (void)pingPong->setValue(kKeys[random() % 5], anyValue(random));
+std::vector<Change> changesFor(const NodeTypeEntry& entry, SingleBusAudioProcessorNode* node) {
+    std::vector<Change> changes;
+    for (const NodeParameter& parameter : entry.parameters) {
+        changes.push_back([&parameter, node](Random& random) {
+            parameter.write(*node, anyValueFor(parameter, random));
         });
-        return changes;
     }
-    if (auto* chorus = dynamic_cast<ChorusNode*>(&node)) return modulationChanges(chorus);
-    if (auto* flanger = dynamic_cast<FlangerNode*>(&node)) return modulationChanges(flanger);
-    if (auto* vibrato = dynamic_cast<VibratoNode*>(&node)) return modulationChanges(vibrato);
-    return {};
+    std::vector<std::string> keys;
+    for (const XVAnyMap::Entry& property : entry.describe().properties) {
+        keys.push_back(property.first);
+    }
+    if (!keys.empty()) {
+        changes.push_back([keys, node](Random& random) {
+            const std::string& key = keys[random() % keys.size()];
+            (void)node->setValue(key, anyValue(random));
+        });
+    }
+    return changes;
 }
 
 // Buses of every channel count from 0 to kMaxChannels, made before anything is measured, with
@@ -178,15 +177,16 @@ struct ScheduleResult {
     unsigned int directBlocks = 0;
 };
 
-ScheduleResult runRandomSchedule(const std::string& type, std::uint32_t seed) {
+ScheduleResult runRandomSchedule(const NodeTypeEntry& entry, std::uint32_t seed) {
     ScheduleResult result;
-    auto created = AudioEffectsNodeFactory().createNode(type, XVAnyMap{});
-    EXPECT_TRUE(created.isOk()) << type;
-    if (!created.isOk()) return result;
-    std::unique_ptr<Node> owner = std::move(created).value();
-    auto& node = dynamic_cast<SingleBusAudioProcessorNode&>(*owner);
-    const std::vector<Change> changes = changesFor(node);
+    const std::unique_ptr<SingleBusAudioProcessorNode> owner =
+        ostrana::testing::createProcessor(entry);
+    if (owner == nullptr) return result;
+    SingleBusAudioProcessorNode& node = *owner;
+    const std::string type = entry.typeName();
+    const std::vector<Change> changes = changesFor(entry, owner.get());
     EXPECT_FALSE(changes.empty()) << type;
+    if (changes.empty()) return result;
 
     Buses buses;
     Random random(seed);
@@ -243,7 +243,7 @@ ScheduleResult runRandomSchedule(const std::string& type, std::uint32_t seed) {
     return result;
 }
 
-class RandomScheduleAllocationTest : public testing::TestWithParam<const char*> {};
+class RandomScheduleAllocationTest : public testing::TestWithParam<NodeTypeEntry> {};
 
 TEST_P(RandomScheduleAllocationTest, ProcessAllocatesNothingWhateverHappensBetweenBlocks) {
     for (const std::uint32_t seed : {1u, 2u, 3u}) {
@@ -257,12 +257,6 @@ TEST_P(RandomScheduleAllocationTest, ProcessAllocatesNothingWhateverHappensBetwe
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryNodeType, RandomScheduleAllocationTest,
-                         testing::Values("AudioEffects.Delay", "AudioEffects.PingPongDelay",
-                                         "AudioEffects.Vibrato", "AudioEffects.Flanger",
-                                         "AudioEffects.Chorus"),
-                         [](const testing::TestParamInfo<const char*>& info) {
-                             std::string name = info.param;
-                             return name.substr(name.find('.') + 1);
-                         });
+                         ostrana::testing::everyNodeType(), ostrana::testing::nodeTypeTestName);
 
 }  // namespace
