@@ -21,8 +21,9 @@ foreach(entry_point
         xv_extension_load
         xv_extension_anchor_UnknownOstranaExtension
         Java_com_dravolt_ostranaaudioeffects_AudioEffectsExtension_load)
-    # A defined, exported function: "<address> T <name>" as a whole line.
-    if(symbols MATCHES "(^|\n)[0-9a-fA-F]+ T ${entry_point}(\n|$)")
+    # A defined, exported function: "<address> T <name>" as a whole line, the name followed
+    # by the library's default version ("@@OSTRANA_AUDIOEFFECTS_0") where nm shows versions.
+    if(symbols MATCHES "(^|\n)[0-9a-fA-F]+ T ${entry_point}(@@[A-Za-z0-9_]+)?(\n|$)")
         message(STATUS "exported: ${entry_point}")
     else()
         list(APPEND missing ${entry_point})

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 
+#include <ostrana/audioeffects/Export.h>
+
 namespace ostrana::audio {
 
 // A fixed ring of float samples with independent read and write pointers: the delay line
@@ -15,7 +17,7 @@ namespace ostrana::audio {
 // to the samples is nevertheless kept inside the ring, whatever the pointers hold.
 //
 // The ring owns its storage and can be moved (a vector of rings may grow) but not copied.
-class CircularBuffer {
+class OSTRANA_AUDIOEFFECTS_EXPORT CircularBuffer {
   public:
     // A ring of size zero-filled samples. size must be positive: anything else throws
     // std::invalid_argument, since a ring of no samples cannot wrap.

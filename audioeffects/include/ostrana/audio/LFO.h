@@ -3,12 +3,14 @@
 #include <atomic>
 #include <cmath>
 
+#include <ostrana/audioeffects/Export.h>
+
 namespace ostrana::audio {
 
 // A sine oscillator that advances one sample per process call. Its four parameters may be
 // changed from a control thread while the audio thread runs process: each setter is one
 // atomic exchange, and process reads each parameter with a single plain load.
-class LFO {
+class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
   public:
     LFO() = default;
     // Copies parameters and state; for building oscillators, never while one is processing.

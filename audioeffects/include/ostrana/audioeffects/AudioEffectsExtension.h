@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/Extension.h>
 #include <ostrana/sdk/NodeFactory.h>
 
@@ -10,7 +11,7 @@ namespace ostrana::extensions::audioeffects {
 
 // The "AudioEffects" extension: names and describes the library and hands out its node
 // factory. One is registered with the host while the library loads.
-class AudioEffectsExtension : public Extension {
+class OSTRANA_AUDIOEFFECTS_EXPORT AudioEffectsExtension : public Extension {
   public:
     AudioEffectsExtension();
     ~AudioEffectsExtension() override;

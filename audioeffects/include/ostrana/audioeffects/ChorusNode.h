@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 
@@ -10,7 +11,7 @@ namespace ostrana::extensions::audioeffects {
 // Adds to the dry signal a copy of it delayed by 1002 samples plus a swing of up to
 // sweepWidth seconds, swept by a slow sine. One delay line and one oscillator per channel,
 // the channels' oscillators a quarter cycle apart.
-class ChorusNode : public SingleBusAudioProcessorNode {
+class OSTRANA_AUDIOEFFECTS_EXPORT ChorusNode : public SingleBusAudioProcessorNode {
   public:
     // Builds lines and oscillators for up to numberOfChannels channels.
     explicit ChorusNode(unsigned int numberOfChannels);

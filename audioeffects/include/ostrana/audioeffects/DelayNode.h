@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
@@ -15,7 +16,7 @@ namespace ostrana::extensions::audioeffects {
 //
 // The parameters may be set from any thread while the audio thread processes. The delay
 // time and the on/off switch are read once per block; the three gains once per sample.
-class DelayNode : public SingleBusAudioProcessorNode {
+class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode {
   public:
     struct Internals;
 

@@ -3,6 +3,7 @@
 #include <span>
 #include <string_view>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/audioeffects/NodeTypeEntry.h>
 
 namespace ostrana::extensions::audioeffects {
@@ -11,7 +12,7 @@ namespace ostrana::extensions::audioeffects {
 // order, with its parameters. The factory registers from it, and every front end (the command
 // line, the plug-ins, the Python module) reads it rather than naming node types or parameters
 // itself. Constant data, ready before any code of the library runs.
-class EffectCatalogue {
+class OSTRANA_AUDIOEFFECTS_EXPORT EffectCatalogue {
   public:
     static std::span<const NodeTypeEntry> nodeTypes();
     // The node type with this fully qualified name (exact) or short name (any case), or

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 
@@ -11,7 +12,7 @@ namespace ostrana::extensions::audioeffects {
 // sweepWidth seconds) and a fixed feedback of 0.6 of the delayed signal into the line: the
 // comb-filter sweep of a flanger. One line and one oscillator per channel, the channels'
 // oscillators a quarter cycle apart.
-class FlangerNode : public SingleBusAudioProcessorNode {
+class OSTRANA_AUDIOEFFECTS_EXPORT FlangerNode : public SingleBusAudioProcessorNode {
   public:
     // Builds lines and oscillators for up to numberOfChannels channels.
     explicit FlangerNode(unsigned int numberOfChannels);

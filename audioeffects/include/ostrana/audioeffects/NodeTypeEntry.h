@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/audioeffects/NodeParameter.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
@@ -12,7 +13,7 @@
 namespace ostrana::extensions::audioeffects {
 
 // One node type of the extension as the catalogue lists it. Plain constant data.
-struct NodeTypeEntry {
+struct OSTRANA_AUDIOEFFECTS_EXPORT NodeTypeEntry {
     // A short lower-case name for people: "delay", "ping-pong-delay", "chorus", ...
     std::string_view shortName;
     // The channel counts a node of this type accepts: minChannels to maxChannels.

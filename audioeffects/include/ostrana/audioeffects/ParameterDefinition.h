@@ -4,6 +4,8 @@
 #include <string_view>
 #include <variant>
 
+#include <ostrana/audioeffects/Export.h>
+
 namespace ostrana::extensions::audioeffects {
 
 // How a parameter's value is held and written.
@@ -23,7 +25,7 @@ using ParameterValue = std::variant<bool, unsigned int, float>;
 // What one parameter of a node type is: its name, kind, default, range, unit and a one-line
 // description. Plain constant data; the range is what the node type is meant for, not what
 // the node enforces (its setters store any value as given).
-struct ParameterDefinition {
+struct OSTRANA_AUDIOEFFECTS_EXPORT ParameterDefinition {
     std::string_view name;
     ParameterKind kind;
     ParameterValue defaultValue;
@@ -50,13 +52,13 @@ struct ParameterDefinition {
 };
 
 // "switch", "whole number" or "real number".
-std::string_view kindName(ParameterKind kind);
+OSTRANA_AUDIOEFFECTS_EXPORT std::string_view kindName(ParameterKind kind);
 // "ms", "s", "Hz", or "" for no unit.
-std::string_view unitSymbol(ParameterUnit unit);
+OSTRANA_AUDIOEFFECTS_EXPORT std::string_view unitSymbol(ParameterUnit unit);
 // "milliseconds", "seconds", "hertz" or "none".
-std::string_view unitName(ParameterUnit unit);
+OSTRANA_AUDIOEFFECTS_EXPORT std::string_view unitName(ParameterUnit unit);
 // A value as people write it: "on"/"off", "200", "0.7" (the shortest decimal that reads back as
 // the same float).
-std::string formatValue(const ParameterValue& value);
+OSTRANA_AUDIOEFFECTS_EXPORT std::string formatValue(const ParameterValue& value);
 
 }  // namespace ostrana::extensions::audioeffects

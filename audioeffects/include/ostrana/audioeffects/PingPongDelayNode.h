@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
@@ -17,7 +18,7 @@ namespace ostrana::extensions::audioeffects {
 // Its five parameters are host properties ("enabled", "delayMs", "dryMix", "wetMix",
 // "feedbackLevel") as well as accessors; they may be set from any thread while the audio
 // thread processes, and process reads them once per block.
-class PingPongDelayNode : public SingleBusAudioProcessorNode {
+class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProcessorNode {
   public:
     struct Internals;
 

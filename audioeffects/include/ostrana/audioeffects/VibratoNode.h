@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 
@@ -10,7 +11,7 @@ namespace ostrana::extensions::audioeffects {
 // Bends the pitch by playing the input back through a delay line whose length (1 sample plus a
 // swing of up to sweepWidth seconds) a 4 Hz sine sweeps. The output is the delayed signal
 // alone. One oscillator, stepped once per frame, modulates every channel's line in step.
-class VibratoNode : public SingleBusAudioProcessorNode {
+class OSTRANA_AUDIOEFFECTS_EXPORT VibratoNode : public SingleBusAudioProcessorNode {
   public:
     // Builds lines for up to numberOfChannels channels, and the one oscillator.
     explicit VibratoNode(unsigned int numberOfChannels);
