@@ -86,7 +86,7 @@ soxChorus=(chorus 1 1 30 0.8 0.2 10 -s)
 soxFlanger=(flanger 0 5 60 80 0.4 sine 25 lin)
 
 ours() {
-    "$bin/ostrana-fx" render "$noise" "$out/ours.wav" --quiet --block "$block" --node "$@"
+    "$bin/ostrana-fx" render "$noise" "$out/ours.wav" --quiet --tail 0 --block "$block" --node "$@"
 }
 ffmpegRender() {
     ffmpeg -nostdin -hide_banner -loglevel error -y -i "$noise" "$@" -c:a pcm_f32le \

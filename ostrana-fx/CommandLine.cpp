@@ -2,9 +2,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
-#include <map>
 #include <vector>
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
@@ -14,8 +16,11 @@
 #include "DescribeCommand.h"
 #include "ListCommand.h"
 #include "NodeCatalog.h"
+#include "ParamsCommand.h"
 #include "RenderCommand.h"
 #include "RenderOptions.h"
+#include "SoundFileFormat.h"
+#include "Suggestion.h"
 #include "TextList.h"
 
 namespace ostrana::fx {
@@ -23,12 +28,86 @@ namespace ostrana::fx {
 namespace {
 
 constexpr unsigned int kLargestBlock = 1u << 20;
+constexpr const char* kCommands[] = {"list", "describe", "params", "render", "demo"};
 
-const std::map<std::string, OutputFormat> kOutputFormats = {
-    {"float", OutputFormat::Float},
-    {"pcm16", OutputFormat::Pcm16},
-    {"pcm24", OutputFormat::Pcm24},
-};
+// A value that is really the next option ("--node --quiet") means the value is missing.
+CLI::Validator notAnOption(const std::string& what) {
+    return CLI::Validator(
+        [what](std::string& value) -> std::string {
+            if (value.size() > 1 && value[0] == '-' &&
+                !std::isdigit(static_cast<unsigned char>(value[1])) && value[1] != '.') {
+                return "missing " + what + " (found the option '" + value + "' instead)";
+            }
+            return "";
+        },
+        "");
+}
+
+// --block: decimal digits within 1 to kLargestBlock.
+CLI::Validator blockFrames() {
+    return CLI::Validator(
+        [](std::string& value) -> std::string {
+            const bool digits =
+                !value.empty() && value.find_first_not_of("0123456789") == std::string::npos;
+            if (!digits || value.size() > 8 || std::stoul(value) < 1 ||
+                std::stoul(value) > kLargestBlock) {
+                return "'" + value + "' is not a whole number of frames from 1 to " +
+                       std::to_string(kLargestBlock);
+            }
+            return "";
+        },
+        "");
+}
+
+// --tail: "auto", or seconds from 0 to an hour.
+CLI::Validator tailSeconds() {
+    return CLI::Validator(
+        [](std::string& value) -> std::string {
+            if (value == "auto") return "";
+            char* end = nullptr;
+            const double seconds = std::strtod(value.c_str(), &end);
+            if (value.empty() || *end != '\0' || !(seconds >= 0.0 && seconds <= 3600.0)) {
+                return "'" + value + "' is neither auto nor a number of seconds from 0 to 3600";
+            }
+            return "";
+        },
+        "");
+}
+
+CLI::Validator encodingName() {
+    return CLI::Validator(
+        [](std::string& value) -> std::string {
+            if (SoundFileFormat::encodingFor(value) != 0) return "";
+            return "'" + value + "' is not a sample format; formats: " +
+                   TextList::join(SoundFileFormat::encodingNames()) +
+                   Suggestion::didYouMean(value, SoundFileFormat::encodingNames());
+        },
+        "");
+}
+
+// The options and flags of a command, for suggestions.
+std::vector<std::string> optionNames(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+}
+
+// A suggestion for the first word that looks like an option the command does not have.
+std::string suggestForExtras(const CLI::App& app, const std::vector<std::string>& words) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    const CLI::App& command = chosen.empty() ? app : *chosen.front();
+    const std::vector<std::string> known = optionNames(command);
+    for (const std::string& word : words) {
+        if (word.size() < 3 || word.compare(0, 2, "--") != 0) continue;
+        const std::string name = word.substr(0, word.find('='));
+        if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+        const std::string text = Suggestion::didYouMean(name, known);
+        if (!text.empty()) return text;
+    }
+    return "";
+}
 
 // One line: newlines in library messages become spaces.
 std::string singleLine(std::string text) {
@@ -75,10 +154,27 @@ std::string CommandLine::renderFooter() {
         }
     }
     footer +=
-        "Switches take true/false/1/0; whole numbers take decimal digits only; real numbers take\n"
-        "decimals.\n"
-        "Example: ostrana-fx render in.wav out.wav --node AudioEffects.Delay --set delayMs=350 "
-        "--node AudioEffects.Chorus";
+        "Node types may be given by short name in any case (--node delay). Values outside a\n"
+        "parameter's range are refused (--allow-out-of-range lets them through). Switches take\n"
+        "true/false, yes/no, on/off or 1/0; whole numbers take decimal digits only; real\n"
+        "numbers take decimals. `ostrana-fx params NODE` describes each parameter.\n"
+        "\n"
+        "Tail: by default (--tail auto) silence is appended until the output stays below\n"
+        "-100 dBFS for a whole second (at most 30 s), because every effect here is built on a\n"
+        "delay line whose echoes and sweeps ring on after the input ends; --tail 0 keeps the\n"
+        "input's length exactly.\n"
+        "\n"
+        "Channels: a node that takes fewer channels than the file has runs on independent\n"
+        "groups of channels (pairs for the nodes that take two, a lone last channel on its own;\n"
+        "single channels for the rest). The ping-pong delay needs two: --upmix a mono input.\n"
+        "\n"
+        "Formats: OUT's extension chooses the container (wav, flac, ogg, aiff, au, caf, w64,\n"
+        "mp3, ...); the sample format follows the input unless --format names one. Float output\n"
+        "holds exactly the samples the nodes computed. '-' reads standard input or writes\n"
+        "standard output (streaming formats only there: --type au, flac, ogg, mp3 or raw).\n"
+        "\n"
+        "Example: ostrana-fx render in.wav out.flac --node delay --set delayMs=350 "
+        "--node chorus";
     return footer;
 }
 
@@ -108,9 +204,10 @@ int CommandLine::run(int argc, char** argv) {
     CLI::App app{"Runs the audio effect nodes of the registered extensions on sound files.",
                  "ostrana-fx"};
     app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("ostrana-fx ") + OSTRANA_FX_VERSION);
 
-    CLI::App* list =
-        app.add_subcommand("list", "List every registered extension and its node types");
+    CLI::App* list = app.add_subcommand(
+        "list", "List every registered extension and its node types (with their short names)");
 
     std::string describedType;
     CLI::App* describe = app.add_subcommand("describe", "Print a node type's descriptor as JSON");
@@ -118,30 +215,67 @@ int CommandLine::run(int argc, char** argv) {
         ->add_option("TYPE", describedType, "Fully qualified node type, e.g. AudioEffects.Chorus")
         ->required();
 
+    std::string paramsType;
+    bool paramsJson = false;
+    CLI::App* params = app.add_subcommand(
+        "params", "Describe a node type's parameters: kind, default, range, unit, description");
+    params->add_option("NODE", paramsType, "Node type, by short name (delay) or full name")
+        ->required();
+    params->add_flag("--json", paramsJson, "Print JSON instead of a table");
+
     RenderOptions renderOptions;
-    std::string formatName = "float";
     std::vector<std::string> nodeValues;
     std::vector<std::string> setValues;
-    CLI::App* render = app.add_subcommand("render", "Run a sound file through a chain of nodes");
-    render->add_option("IN", renderOptions.inputPath, "Input sound file (WAV, FLAC, AIFF, Ogg)")
+    CLI::App* render = app.add_subcommand("render", "Run sound files through a chain of nodes");
+    render
+        ->add_option("FILES", renderOptions.files,
+                     "IN OUT, or IN... with --output-dir; '-' is standard input or output")
         ->required();
-    render->add_option("OUT", renderOptions.outputPath, "Output WAV file")->required();
     render->add_option("--node", nodeValues, "Append a node of this type to the chain (repeatable)")
         ->required()
         ->allow_extra_args(false)
-        ->type_name("TYPE");
+        ->type_name("TYPE")
+        ->check(notAnOption("node type"));
     render->add_option("--set", setValues, "Set a parameter of the node before it (repeatable)")
         ->allow_extra_args(false)
-        ->type_name("NAME=VALUE");
+        ->type_name("NAME=VALUE")
+        ->check(notAnOption("NAME=VALUE"));
     render->add_option("--block", renderOptions.blockFrames, "Frames per block (default 512)")
-        ->check(CLI::Range(1u, kLargestBlock))
-        ->type_name("FRAMES");
+        ->type_name("FRAMES")
+        ->check(notAnOption("number of frames"))
+        ->check(blockFrames());
     render
-        ->add_option("--format", formatName,
-                     "Output sample format: float, pcm16 or pcm24 (default float)")
-        ->check(CLI::IsMember({"float", "pcm16", "pcm24"}))
-        ->type_name("FORMAT");
-    render->add_flag("-q,--quiet", renderOptions.quiet, "No progress bar on standard error");
+        ->add_option("--tail", renderOptions.tail,
+                     "Silence appended after the input: auto (the default), 0, or seconds")
+        ->type_name("SECONDS")
+        ->check(notAnOption("tail length"))
+        ->check(tailSeconds());
+    render
+        ->add_option("--format", renderOptions.encoding,
+                     "Output sample format: " + TextList::join(SoundFileFormat::encodingNames()) +
+                         " (default: the input's)")
+        ->type_name("FORMAT")
+        ->check(notAnOption("sample format"))
+        ->check(encodingName());
+    render
+        ->add_option("--type", renderOptions.typeName,
+                     "Output container when OUT's extension does not say (e.g. for '-')")
+        ->type_name("EXT")
+        ->check(notAnOption("format name"));
+    render
+        ->add_option("--output-dir", renderOptions.outputDirectory,
+                     "Render every IN into DIR under its own name")
+        ->type_name("DIR")
+        ->check(notAnOption("directory"));
+    render->add_flag("--allow-out-of-range", renderOptions.allowOutOfRange,
+                     "Let --set values outside a parameter's range through");
+    render->add_flag("--upmix", renderOptions.upmix, "Duplicate a mono input into two channels");
+    render->add_flag("--sanitize", renderOptions.sanitize,
+                     "Replace NaN and infinite input samples with 0");
+    render->add_flag("--strict", renderOptions.strict,
+                     "Turn warnings (cut-off input, non-finite samples, clipping) into failure");
+    render->add_flag("-q,--quiet", renderOptions.quiet,
+                     "Print nothing but errors and warnings (no progress bar, no summary)");
     render->footer(renderFooter());
 
     std::string demoDirectory = "demo-out";
@@ -150,14 +284,26 @@ int CommandLine::run(int argc, char** argv) {
     demo->add_option("DIR", demoDirectory, "Output directory (default demo-out)");
 
     if (argc > 1 && argv[1][0] != '-' && !isCommand(app, argv[1])) {
+        const std::vector<std::string> commands(std::begin(kCommands), std::end(kCommands));
         return reportError("", static_cast<int>(ExitStatus::Usage),
-                           "unknown command '" + std::string(argv[1]) +
-                               "'; commands: list, describe, render, demo (see --help)");
+                           "unknown command '" + std::string(argv[1]) + "'" +
+                               Suggestion::didYouMean(argv[1], commands) +
+                               " (commands: " + TextList::join(commands) + "; see --help)");
     }
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& done) {
-        return app.exit(done);  // --help: prints it, exit status 0
+        return app.exit(done);  // --help, --version: prints it, exit status 0
+    } catch (const CLI::ExtrasError& error) {
+        return reportError(parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
+                           std::string(error.what()) +
+                               suggestForExtras(app,
+                                                [&] {
+                                                    std::vector<std::string> words(argv + 1,
+                                                                                   argv + argc);
+                                                    return words;
+                                                }()) +
+                               " (see --help)");
     } catch (const CLI::ParseError& error) {
         return reportError(parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
                            std::string(error.what()) + " (see --help)");
@@ -169,10 +315,11 @@ int CommandLine::run(int argc, char** argv) {
             ListCommand::run(std::cout);
         } else if (*describe) {
             DescribeCommand::run(describedType, std::cout);
+        } else if (*params) {
+            ParamsCommand::run(paramsType, paramsJson, std::cout);
         } else if (*render) {
             collectChainEntries(*render, renderOptions);
-            renderOptions.format = kOutputFormats.at(formatName);
-            RenderCommand::run(renderOptions, std::cout);
+            RenderCommand::run(renderOptions, std::cout, std::cerr);
         } else if (*demo) {
             DemoCommand::run(demoDirectory, std::cout);
         }

@@ -13,6 +13,7 @@
 #include "NodeCatalog.h"
 #include "NodeChain.h"
 #include "Renderer.h"
+#include "SoundFileFormat.h"
 #include "SoundFileWriter.h"
 
 namespace ostrana::fx {
@@ -61,7 +62,8 @@ DemoCommand::Row DemoCommand::renderOne(const std::vector<float>& signal,
     MemorySource source(signal, DemoSignal::kChannels, DemoSignal::kSampleRate);
     const std::string path = (std::filesystem::path(directory) / fileName).string();
     SoundFileWriter writer(path, DemoSignal::kChannels, DemoSignal::kSampleRate,
-                           OutputFormat::Float);
+                           SoundFileFormat::choose(SF_FORMAT_WAV, SF_FORMAT_FLOAT, 0,
+                                                   DemoSignal::kChannels, DemoSignal::kSampleRate));
     LevelMeter meter;
     Renderer renderer(source, chain, writer, kBlockFrames);
     renderer.setLevelMeter(&meter);

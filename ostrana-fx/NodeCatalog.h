@@ -18,6 +18,13 @@ class NodeCatalog {
     // typeNames() comma separated, for messages; "none" when there are none.
     static std::string describeTypeNames();
 
+    // The registered type a name means: a fully qualified type name (in any case) or a short
+    // name of the catalogue ("delay", in any case). Throws a usage CommandError naming the
+    // known types, with a suggestion, when there is none. where says which argument gave it.
+    static std::string resolve(const std::string& name, const std::string& where);
+    // Short names and type names, for suggestions.
+    static std::vector<std::string> knownNames();
+
     // The descriptor of type; throws a usage CommandError naming the type and listing the
     // known ones when there is no such type. where says which argument gave the name.
     static NodeTypeInfo findType(const std::string& type, const std::string& where);

@@ -8,6 +8,7 @@
 #include "CommandError.h"
 #include "NodeCatalog.h"
 #include "ParameterValueParser.h"
+#include "Suggestion.h"
 #include "TextList.h"
 
 namespace ostrana::fx {
@@ -42,14 +43,22 @@ std::string NodeChain::nodeLabel(std::size_t index) const {
 void NodeChain::addNode(const std::string& type) {
     const std::string where = "--node #" + std::to_string(stages_.size() + 1);
     Stage stage;
-    stage.type = type;
-    stage.node = NodeCatalog::createNode(type, where);
-    stage.processor = dynamic_cast<SingleBusAudioProcessorNode*>(stage.node.get());
-    if (stage.processor == nullptr) {
+    stage.type = NodeCatalog::resolve(type, where);
+    Group group;
+    group.node = NodeCatalog::createNode(stage.type, where);
+    group.processor = dynamic_cast<SingleBusAudioProcessorNode*>(group.node.get());
+    if (group.processor == nullptr) {
         throw CommandError::usage(where + ": node type '" + type +
                                   "' is not a one-bus audio effect and cannot be rendered");
     }
+    stage.groups.push_back(std::move(group));
     stages_.push_back(std::move(stage));
+}
+
+std::vector<std::string> NodeChain::types() const {
+    std::vector<std::string> types;
+    for (const Stage& stage : stages_) types.push_back(stage.type);
+    return types;
 }
 
 void NodeChain::setParameter(const std::string& assignment) {
@@ -69,15 +78,24 @@ void NodeChain::setParameter(const std::string& assignment) {
     const NodeTypeEntry* entry = EffectCatalogue::find(stages_[index].type);
     const NodeParameter* parameter = entry == nullptr ? nullptr : entry->findParameter(name);
     if (parameter == nullptr) {
-        throw CommandError::usage(where + ": unknown parameter '" + name +
-                                  "'; parameters: " + TextList::join(parameterNames(entry)));
+        const std::vector<std::string> names = parameterNames(entry);
+        throw CommandError::usage(where + ": unknown parameter '" + name + "'" +
+                                  Suggestion::didYouMean(name, names) +
+                                  " (parameters: " + TextList::join(names) +
+                                  "; see ostrana-fx params " + stages_[index].type + ")");
     }
     const Result<ParameterValue> value = ParameterValueParser::parse(parameter->kind, text);
     if (!value.isOk()) {
         throw CommandError::usage(where + ": invalid value '" + text + "' for parameter '" + name +
                                   "': " + value.errorMessage());
     }
-    parameter->write(*stages_[index].node, value.value());
+    if (!allowOutOfRange_ && !parameter->contains(value.value())) {
+        throw CommandError::usage(where + ": " + text + " is outside the range of '" + name +
+                                  "', " + parameter->rangeText() +
+                                  " (--allow-out-of-range lets it through)");
+    }
+    parameter->write(*stages_[index].groups.front().node, value.value());
+    stages_[index].writes.emplace_back(parameter, value.value());
 }
 
 std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
@@ -101,14 +119,82 @@ std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
            (accepted.back() == 1 ? " channel" : " channels");
 }
 
+std::vector<unsigned int> NodeChain::groupSizes(std::size_t index, unsigned int channels) const {
+    const NodeTypeEntry* entry = EffectCatalogue::find(stages_[index].type);
+    if (entry == nullptr || entry->maxChannels == 0 || channels <= entry->maxChannels) return {};
+    std::vector<unsigned int> sizes(channels / entry->maxChannels, entry->maxChannels);
+    if (channels % entry->maxChannels != 0) sizes.push_back(channels % entry->maxChannels);
+    for (unsigned int size : sizes) {
+        if (!entry->acceptsChannels(size)) return {};
+    }
+    return sizes;
+}
+
+NodeChain::Group NodeChain::makeGroup(std::size_t index) {
+    Group group;
+    group.node = NodeCatalog::createNode(stages_[index].type, nodeLabel(index));
+    group.processor = dynamic_cast<SingleBusAudioProcessorNode*>(group.node.get());
+    for (const auto& [parameter, value] : stages_[index].writes)
+        parameter->write(*group.node, value);
+    return group;
+}
+
 void NodeChain::negotiate(std::size_t index, unsigned int channels, unsigned int sampleRate,
                           unsigned int blockFrames, const std::string& inputName) {
-    AudioBusFormatList inputs{AudioBusFormat{channels, sampleRate, blockFrames}};
-    AudioBusFormatList outputs{AudioBusFormat{channels, sampleRate, blockFrames}};
-    if (stages_[index].processor->setBusFormats(inputs, outputs)) return;
-    throw CommandError::failure(nodeLabel(index) + " refuses " + std::to_string(channels) +
-                                "-channel audio at " + std::to_string(sampleRate) + " Hz from '" +
-                                inputName + "'" + acceptedChannelCounts(stages_[index].type));
+    Stage& stage = stages_[index];
+    stage.groups.resize(1);
+    const auto offer = [&](Group& group, unsigned int count) {
+        AudioBusFormatList inputs{AudioBusFormat{count, sampleRate, blockFrames}};
+        AudioBusFormatList outputs{AudioBusFormat{count, sampleRate, blockFrames}};
+        return group.processor != nullptr && group.processor->setBusFormats(inputs, outputs);
+    };
+    if (offer(stage.groups.front(), channels)) return;
+    const std::vector<unsigned int> sizes = groupSizes(index, channels);
+    bool accepted = !sizes.empty();
+    unsigned int first = 0;
+    for (std::size_t g = 0; accepted && g < sizes.size(); ++g) {
+        if (g > 0) stage.groups.push_back(makeGroup(index));
+        stage.groups[g].firstChannel = first;
+        accepted = offer(stage.groups[g], sizes[g]);
+        first += sizes[g];
+    }
+    if (accepted) return;
+    stage.groups.resize(1);
+    const NodeTypeEntry* entry = EffectCatalogue::find(stage.type);
+    const std::string hint = channels == 1 && entry != nullptr && entry->acceptsChannels(2)
+                                 ? "; --upmix makes two channels of a mono input"
+                                 : "";
+    throw CommandError::usage(nodeLabel(index) + " refuses " + std::to_string(channels) +
+                              "-channel audio at " + std::to_string(sampleRate) + " Hz from '" +
+                              inputName + "'" + acceptedChannelCounts(stage.type) + hint);
+}
+
+// A stage of one group reads and writes the chain's buses themselves; the nodes of a split
+// stage each see their channels of them through views.
+void NodeChain::connect(std::size_t index) {
+    Stage& stage = stages_[index];
+    AudioBus& in = buses_[index];
+    AudioBus& out = buses_[index + 1];
+    if (stage.groups.size() == 1) {
+        stage.groups.front().inputs = AudioBusList{&in};
+        stage.groups.front().outputs = AudioBusList{&out};
+        return;
+    }
+    const unsigned int capacity = in.buffer.getNumberOfFrames();
+    for (std::size_t g = 0; g < stage.groups.size(); ++g) {
+        Group& group = stage.groups[g];
+        const unsigned int next = g + 1 < stage.groups.size() ? stage.groups[g + 1].firstChannel
+                                                              : in.buffer.getNumberOfChannels();
+        const unsigned int count = next - group.firstChannel;
+        group.input.buffer = AudioBuffer<float>::view(count, capacity, in.buffer.getSampleRate());
+        group.output.buffer = AudioBuffer<float>::view(count, capacity, out.buffer.getSampleRate());
+        for (unsigned int c = 0; c < count; ++c) {
+            group.input.buffer.attachChannel(c, in.buffer.getChannel(group.firstChannel + c));
+            group.output.buffer.attachChannel(c, out.buffer.getChannel(group.firstChannel + c));
+        }
+        group.inputs = AudioBusList{&group.input};
+        group.outputs = AudioBusList{&group.output};
+    }
 }
 
 void NodeChain::prepare(unsigned int channels, unsigned int sampleRate, unsigned int blockFrames,
@@ -121,20 +207,20 @@ void NodeChain::prepare(unsigned int channels, unsigned int sampleRate, unsigned
     for (std::size_t i = 0; i <= stages_.size(); ++i) {
         buses_.emplace_back(channels, blockFrames, sampleRate);
     }
-    for (std::size_t index = 0; index < stages_.size(); ++index) {
-        stages_[index].inputs = AudioBusList{&buses_[index]};
-        stages_[index].outputs = AudioBusList{&buses_[index + 1]};
-    }
+    for (std::size_t index = 0; index < stages_.size(); ++index) connect(index);
 }
 
 void NodeChain::processBlock() {
+    const unsigned int frames = buses_.front().buffer.getNumberOfFrames();
     for (std::size_t index = 0; index < stages_.size(); ++index) {
-        Stage& stage = stages_[index];
-        if (!stage.processor->process(stage.inputs, stage.outputs)) {
-            throw CommandError::failure(
-                nodeLabel(index) + " refused a block of " +
-                std::to_string(stage.inputs[0]->buffer.getNumberOfFrames()) + " frames");
+        for (Group& group : stages_[index].groups) {
+            group.inputs[0]->buffer.setNumberOfFrames(frames);
+            if (!group.processor->process(group.inputs, group.outputs)) {
+                throw CommandError::failure(nodeLabel(index) + " refused a block of " +
+                                            std::to_string(frames) + " frames");
+            }
         }
+        buses_[index + 1].buffer.setNumberOfFrames(frames);
     }
 }
 

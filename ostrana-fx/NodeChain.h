@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/audioeffects/NodeParameter.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusList.h>
 #include <ostrana/sdk/Node.h>
@@ -14,6 +15,11 @@ namespace ostrana::fx {
 
 // Audio nodes run one after another: node 1 reads the input bus, each further node reads
 // the output of the one before, and the last node's output is the chain's output.
+//
+// A node type that takes fewer channels than the input has (the catalogue says how many)
+// runs as several nodes of that type, each on its own group of channels: pairs for the
+// nodes that take two (a lone last channel on its own, where the type takes one), single
+// channels for the rest. Every node of a stage gets the same parameters.
 //
 // Use: addNode and setParameter while reading the command line, then prepare once for the
 // input's format, then processBlock for each block. Buses and bus lists are made in
@@ -25,17 +31,21 @@ class NodeChain {
     NodeChain(const NodeChain&) = delete;
     NodeChain& operator=(const NodeChain&) = delete;
 
-    // Creates a node of the fully qualified type and appends it. Throws a usage CommandError
-    // for an unknown type or one that is not a single-bus audio processor.
+    // Creates a node of the type (a fully qualified or a short name, in any case) and appends
+    // it. Throws a usage CommandError for an unknown type or one that is not a single-bus
+    // audio processor.
     void addNode(const std::string& type);
     // Applies "NAME=VALUE" to the last node added. Throws a usage CommandError when there is
-    // no node yet, when the node has no such parameter, or when the value does not parse or
-    // cannot be stored.
+    // no node yet, when the node has no such parameter, when the value does not parse, or
+    // when it lies outside the parameter's range.
     void setParameter(const std::string& assignment);
+    // Whether setParameter stores values outside a parameter's range (refused by default).
+    void setAllowOutOfRange(bool allow) { allowOutOfRange_ = allow; }
 
-    // Offers each node, in order, the format of the block it will receive; sizes the buses.
-    // Throws a failure CommandError naming the node that refuses its format. inputName names
-    // where the input comes from, for that message.
+    // Offers each node, in order, the format of the block it will receive, splitting the
+    // channels into groups where a node takes fewer; sizes the buses. Throws a usage
+    // CommandError naming the node that refuses its format. inputName names where the input
+    // comes from, for that message.
     void prepare(unsigned int channels, unsigned int sampleRate, unsigned int blockFrames,
                  const std::string& inputName);
 
@@ -48,26 +58,46 @@ class NodeChain {
     void processBlock();
 
     std::size_t size() const { return stages_.size(); }
+    // The fully qualified node types, in order.
+    std::vector<std::string> types() const;
     bool empty() const { return stages_.empty(); }
     // The node types, joined with " -> ", for summaries.
     std::string describe() const;
 
   private:
-    struct Stage {
-        std::string type;
+    using ParameterWrite = std::pair<const extensions::audioeffects::NodeParameter*,
+                                     extensions::audioeffects::ParameterValue>;
+
+    // One node of a stage and the channels it works on: all of them, or a group, through
+    // buses that view the stage's buses.
+    struct Group {
         std::unique_ptr<Node> node;
         SingleBusAudioProcessorNode* processor = nullptr;
+        unsigned int firstChannel = 0;
+        AudioBus input;
+        AudioBus output;
         AudioBusList inputs;
         AudioBusList outputs;
+    };
+
+    struct Stage {
+        std::string type;
+        std::vector<Group> groups;
+        std::vector<ParameterWrite> writes;
     };
 
     std::string nodeLabel(std::size_t index) const;
     void negotiate(std::size_t index, unsigned int channels, unsigned int sampleRate,
                    unsigned int blockFrames, const std::string& inputName);
+    // The channel counts of the groups a stage splits channels into; empty when it cannot.
+    std::vector<unsigned int> groupSizes(std::size_t index, unsigned int channels) const;
+    Group makeGroup(std::size_t index);
+    void connect(std::size_t index);
     std::string acceptedChannelCounts(const std::string& type) const;
 
     std::vector<Stage> stages_;
     std::vector<AudioBus> buses_;
+    bool allowOutOfRange_ = false;
 };
 
 }  // namespace ostrana::fx

@@ -35,15 +35,21 @@ Result<ParameterValue> ParameterValueParser::parse(ParameterKind kind, const std
 }
 
 Result<ParameterValue> ParameterValueParser::parseBoolean(const std::string& text) {
-    if (text == "true" || text == "1") return ParameterValue(true);
-    if (text == "false" || text == "0") return ParameterValue(false);
-    return Result<ParameterValue>::failure("expected true, false, 1 or 0");
+    std::string word;
+    for (char c : text) word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (word == "true" || word == "yes" || word == "on" || word == "1") return ParameterValue(true);
+    if (word == "false" || word == "no" || word == "off" || word == "0") {
+        return ParameterValue(false);
+    }
+    return Result<ParameterValue>::failure("a switch is needed: true/false, yes/no, on/off or 1/0");
 }
 
 Result<ParameterValue> ParameterValueParser::parseUnsignedInteger(const std::string& text) {
     std::size_t position = 0;
     if (skipDigits(text, position) == 0 || position != text.size()) {
-        return Result<ParameterValue>::failure("expected a whole number (decimal digits only)");
+        return Result<ParameterValue>::failure(
+            isDecimalNumber(text) ? "a whole number is needed (no fraction or exponent)"
+                                  : "a whole number is needed (decimal digits only)");
     }
     unsigned int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -51,7 +57,7 @@ Result<ParameterValue> ParameterValueParser::parseUnsignedInteger(const std::str
         return Result<ParameterValue>::failure("too large for an unsigned 32-bit integer");
     }
     if (error != std::errc() || end != text.data() + text.size()) {
-        return Result<ParameterValue>::failure("expected a whole number (decimal digits only)");
+        return Result<ParameterValue>::failure("a whole number is needed (decimal digits only)");
     }
     return ParameterValue(value);
 }
@@ -74,7 +80,8 @@ bool ParameterValueParser::isDecimalNumber(const std::string& text) {
 }
 
 Result<ParameterValue> ParameterValueParser::parseFloat(const std::string& text) {
-    if (!isDecimalNumber(text)) return Result<ParameterValue>::failure("expected a decimal number");
+    if (!isDecimalNumber(text))
+        return Result<ParameterValue>::failure("a real number is needed, such as 0.5 or 2e-3");
     // from_chars does not take a leading '+'; the sign is checked above.
     const char* begin = text.data() + (text[0] == '+' ? 1 : 0);
     const char* end = text.data() + text.size();
@@ -84,7 +91,7 @@ Result<ParameterValue> ParameterValueParser::parseFloat(const std::string& text)
         return Result<ParameterValue>::failure("out of range for a 32-bit float");
     }
     if (error != std::errc() || stop != end || !std::isfinite(value)) {
-        return Result<ParameterValue>::failure("expected a decimal number");
+        return Result<ParameterValue>::failure("a real number is needed, such as 0.5 or 2e-3");
     }
     return ParameterValue(value);
 }

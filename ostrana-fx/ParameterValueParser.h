@@ -10,9 +10,9 @@ namespace ostrana::fx {
 using extensions::audioeffects::ParameterKind;
 using extensions::audioeffects::ParameterValue;
 
-// Reads a parameter value written on the command line. Switches are "true", "false", "1" or
-// "0"; whole numbers are plain decimal digits; numbers are decimal, with an optional sign,
-// fraction and exponent. Anything else, and numbers that do not fit the type, are refused
+// Reads a parameter value written on the command line. Switches are true/false, yes/no, on/off
+// or 1/0 in any case; whole numbers are plain decimal digits; numbers are decimal, with an optional
+// sign, fraction and exponent. Anything else, and numbers that do not fit the type, are refused
 // with a reason.
 class ParameterValueParser {
   public:

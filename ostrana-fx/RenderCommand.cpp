@@ -1,11 +1,18 @@
 #include "RenderCommand.h"
 
 #include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+
+#include <ostrana/audioeffects/EffectCatalogue.h>
 
 #include "CommandError.h"
+#include "MonoToStereoSource.h"
 #include "NodeChain.h"
 #include "ProgressBar.h"
 #include "Renderer.h"
+#include "SoundFileFormat.h"
 #include "SoundFileReader.h"
 #include "SoundFileWriter.h"
 
@@ -13,8 +20,11 @@ namespace ostrana::fx {
 
 namespace {
 
+using extensions::audioeffects::EffectCatalogue;
+
 // Builds the chain in command-line order, each assignment on the node before it.
 void buildChain(const RenderOptions& options, NodeChain& chain) {
+    chain.setAllowOutOfRange(options.allowOutOfRange);
     for (const std::string& assignment : options.orphanAssignments) {
         chain.setParameter(assignment);  // throws: there is no node yet
     }
@@ -25,32 +35,143 @@ void buildChain(const RenderOptions& options, NodeChain& chain) {
     if (chain.empty()) throw CommandError::usage("--node: at least one node is needed");
 }
 
+// --tail: "auto", "0" or a number of seconds. The automatic tail is the default for chains
+// of the effect nodes, which are all built on delay lines that ring on after the input.
+TailLength tailLength(const RenderOptions& options, const NodeChain& chain) {
+    if (options.tail == "auto") {
+        bool delayBased = false;
+        for (const std::string& type : chain.types()) {
+            if (EffectCatalogue::find(type) != nullptr) delayBased = true;
+        }
+        return TailLength{delayBased, 0.0};
+    }
+    return TailLength{false, std::stod(options.tail)};
+}
+
+std::string plural(std::uint64_t count, const std::string& word) {
+    return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
 void printSummary(std::ostream& out, const RenderStatistics& statistics, const NodeChain& chain,
-                  const SoundFileReader& reader, const std::string& outputPath) {
-    char numbers[160];
-    std::snprintf(numbers, sizeof numbers,
-                  "%llu frames (%.3f s of audio, %u channel%s at %u Hz) in %.3f s, %.1fx real time",
-                  static_cast<unsigned long long>(statistics.frames), statistics.audioSeconds,
-                  reader.channels(), reader.channels() == 1 ? "" : "s", reader.sampleRate(),
-                  statistics.wallSeconds, statistics.realTimeFactor());
-    out << "rendered " << numbers << ": " << chain.describe() << " -> '" << outputPath << "'\n";
+                  unsigned int channels, unsigned int sampleRate, const std::string& outputPath) {
+    char seconds[64];
+    std::snprintf(seconds, sizeof seconds, "%.3f s of audio", statistics.audioSeconds);
+    char speed[64] = "";
+    if (statistics.wallSeconds > 0.0) {
+        const double factor = statistics.realTimeFactor();
+        std::snprintf(speed, sizeof speed,
+                      factor < 10.0 ? ", %.2f times real time" : ", %.0f times real time", factor);
+    }
+    char timing[64];
+    std::snprintf(timing, sizeof timing, " in %.3f s", statistics.wallSeconds);
+    out << "rendered " << plural(statistics.frames, "frame") << " (" << seconds << ", "
+        << plural(channels, "channel") << " at " << sampleRate << " Hz";
+    if (statistics.tailFrames > 0)
+        out << ", " << plural(statistics.tailFrames, "frame") << " of tail";
+    out << ")" << timing << speed << ": " << chain.describe() << " -> '" << outputPath << "'\n";
+}
+
+// Warnings about what the render found; none when all went well.
+std::vector<std::string> findings(const RenderStatistics& statistics, const SoundFileReader& reader,
+                                  bool sanitize) {
+    std::vector<std::string> warnings;
+    if (reader.promisedFrames() > 0) {
+        warnings.push_back("input '" + reader.path() + "' is cut off: its header promised " +
+                           plural(reader.promisedFrames(), "frame") + ", " +
+                           std::to_string(reader.framesRead()) + " could be read");
+    }
+    if (statistics.nonFiniteInput > 0) {
+        warnings.push_back(
+            "input '" + reader.path() + "' holds " + plural(statistics.nonFiniteInput, "sample") +
+            " that are not finite (NaN or infinite); " +
+            (sanitize ? "they were replaced with 0" : "--sanitize replaces them with 0"));
+    }
+    if (statistics.clipped > 0) {
+        char peak[32];
+        std::snprintf(peak, sizeof peak, "%.3f", statistics.peak);
+        warnings.push_back(plural(statistics.clipped, "output sample") +
+                           " went beyond full scale and were clipped (peak " + peak + ")");
+    }
+    return warnings;
+}
+
+std::string outputPathIn(const std::string& directory, const std::string& inputPath,
+                         const std::string& typeName) {
+    std::filesystem::path name = std::filesystem::path(inputPath).filename();
+    if (!typeName.empty()) name.replace_extension(typeName);
+    return (std::filesystem::path(directory) / name).string();
 }
 
 }  // namespace
 
-void RenderCommand::run(const RenderOptions& options, std::ostream& out) {
+void RenderCommand::renderOne(const RenderOptions& options, const std::string& inputPath,
+                              const std::string& outputPath, std::ostream& out,
+                              std::ostream& errors) {
     NodeChain chain;
     buildChain(options, chain);
-    SoundFileReader reader(options.inputPath);
-    chain.prepare(reader.channels(), reader.sampleRate(), options.blockFrames, options.inputPath);
-    SoundFileWriter writer(options.outputPath, reader.channels(), reader.sampleRate(),
-                           options.format);
-    ProgressBar progressBar(ProgressBar::wanted(options.quiet), reader.totalFrames());
-    Renderer renderer(reader, chain, writer, options.blockFrames);
+    const TailLength tail = tailLength(options, chain);
+    const int container = SoundFileFormat::containerForPath(outputPath, options.typeName);
+    SoundFileReader reader(inputPath);
+    std::optional<MonoToStereoSource> upmixed;
+    if (options.upmix && reader.channels() == 1) upmixed.emplace(reader);
+    SampleSource& source = upmixed ? static_cast<SampleSource&>(*upmixed) : reader;
+    const int format =
+        SoundFileFormat::choose(container, SoundFileFormat::encodingFor(options.encoding),
+                                reader.format(), source.channels(), source.sampleRate());
+    chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
+    SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
+                           reader.tags());
+    ProgressBar progressBar(ProgressBar::wanted(options.quiet), source.totalFrames());
+    Renderer renderer(source, chain, writer, options.blockFrames);
     renderer.setProgressBar(&progressBar);
+    renderer.setTail(tail);
+    renderer.setSanitize(options.sanitize);
+    renderer.setCountClipping(SoundFileFormat::isInteger(format));
     const RenderStatistics statistics = renderer.run();
+    const std::vector<std::string> warnings = findings(statistics, reader, options.sanitize);
+    for (const std::string& warning : warnings) {
+        errors << "ostrana-fx render: warning: " << warning << std::endl;
+    }
+    if (options.strict && !warnings.empty()) {
+        throw CommandError::failure("--strict: " + plural(warnings.size(), "warning") + " for '" +
+                                    inputPath + "'; nothing written");
+    }
     writer.commit();
-    printSummary(out, statistics, chain, reader, options.outputPath);
+    if (!options.quiet) {
+        // Audio written to standard output leaves it to the audio alone.
+        printSummary(outputPath == "-" ? errors : out, statistics, chain, source.channels(),
+                     source.sampleRate(), outputPath);
+    }
+}
+
+void RenderCommand::run(const RenderOptions& options, std::ostream& out, std::ostream& errors) {
+    if (options.outputDirectory.empty()) {
+        if (options.files.size() != 2) {
+            throw CommandError::usage("render takes IN and OUT, or IN... with --output-dir DIR");
+        }
+        renderOne(options, options.files[0], options.files[1], out, errors);
+        return;
+    }
+    std::error_code error;
+    if (!std::filesystem::is_directory(options.outputDirectory, error)) {
+        throw CommandError::usage("--output-dir '" + options.outputDirectory +
+                                  "': not a directory");
+    }
+    std::size_t failed = 0;
+    for (const std::string& input : options.files) {
+        try {
+            if (input == "-") throw CommandError::usage("'-' cannot be one of several inputs");
+            renderOne(options, input,
+                      outputPathIn(options.outputDirectory, input, options.typeName), out, errors);
+        } catch (const CommandError& failure) {
+            ++failed;
+            errors << "ostrana-fx render: error: " << input << ": " << failure.what() << std::endl;
+        }
+    }
+    if (failed > 0) {
+        throw CommandError::failure(std::to_string(failed) + " of " +
+                                    plural(options.files.size(), "input") + " failed");
+    }
 }
 
 }  // namespace ostrana::fx

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "SoundFileWriter.h"
+#include "Renderer.h"
 
 namespace ostrana::fx {
 
@@ -15,13 +15,20 @@ struct ChainEntry {
 
 // Everything `ostrana-fx render` was asked to do.
 struct RenderOptions {
-    std::string inputPath;
-    std::string outputPath;
+    // IN... (and OUT as the last file, without --output-dir).
+    std::vector<std::string> files;
+    std::string outputDirectory;
     std::vector<ChainEntry> nodes;
     // Assignments given before the first --node: always an error, reported as such.
     std::vector<std::string> orphanAssignments;
     unsigned int blockFrames = 512;
-    OutputFormat format = OutputFormat::Float;
+    std::string encoding;  // --format: empty to follow the input
+    std::string typeName;  // --type: the output container, empty to follow OUT's extension
+    std::string tail = "auto";
+    bool allowOutOfRange = false;
+    bool upmix = false;
+    bool sanitize = false;
+    bool strict = false;
     bool quiet = false;
 };
 

@@ -11,9 +11,23 @@
 
 namespace ostrana::fx {
 
-// What a render did: how much audio went through and how long it took.
+// How much silence follows the input: a fixed length, or (automatic) until the output stays
+// below kQuietLevel for a whole second, at most kLongestAutomaticTail.
+struct TailLength {
+    bool automatic = true;
+    double seconds = 0.0;
+};
+
+// What a render did: how much audio went through and how long it took, and what it found.
 struct RenderStatistics {
     std::uint64_t frames = 0;
+    std::uint64_t tailFrames = 0;
+    // Input samples that were NaN or infinite (replaced by 0 when sanitising).
+    std::uint64_t nonFiniteInput = 0;
+    // Output samples beyond full scale, and the largest magnitude among them (only counted
+    // for integer output, where they clip).
+    std::uint64_t clipped = 0;
+    float peak = 0.0f;
     double audioSeconds = 0.0;
     double wallSeconds = 0.0;
 
@@ -30,6 +44,11 @@ class Renderer {
              unsigned int blockFrames);
 
     void setProgressBar(ProgressBar* progressBar) { progressBar_ = progressBar; }
+    void setTail(TailLength tail) { tail_ = tail; }
+    // Replace NaN and infinite input samples with 0 (they are counted either way).
+    void setSanitize(bool sanitize) { sanitize_ = sanitize; }
+    // Count output samples beyond full scale (for integer output formats).
+    void setCountClipping(bool countClipping) { countClipping_ = countClipping; }
     void setLevelMeter(LevelMeter* levelMeter) { levelMeter_ = levelMeter; }
 
     // Renders everything the source holds; throws a CommandError when reading or writing
@@ -40,8 +59,22 @@ class Renderer {
     // Frames read and written at a time, at the least (rounded up to whole blocks).
     static constexpr std::size_t kChunkFrames = 8192;
 
+    // Silence is "quiet" below this level: -100 dBFS.
+    static constexpr float kQuietLevel = 1e-5f;
+    static constexpr double kLongestAutomaticTail = 30.0;
+
     // Reads until maxFrames frames are in or the source ends; returns how many.
     std::size_t fillChunk(float* interleaved, std::size_t maxFrames);
+    // Fills with silence as much of the tail as fits; returns how many frames.
+    std::size_t fillTail(float* interleaved, std::size_t maxFrames, std::uint64_t tailDone) const;
+    // Counts (and, sanitising, clears) non-finite samples.
+    void inspectInput(float* interleaved, std::size_t frames, RenderStatistics& statistics) const;
+    void inspectOutput(const float* interleaved, std::size_t frames,
+                       RenderStatistics& statistics) const;
+    // In an automatic tail: how many of these frames to keep so that the output ends after one
+    // quiet second, and not before firstTailFrame; all of them while the second is not complete.
+    std::size_t framesUntilQuiet(const float* interleaved, std::size_t frames,
+                                 std::size_t firstTailFrame);
     void deinterleaveInput(const float* interleaved, std::size_t frames);
     void interleaveOutput(float* interleaved, std::size_t frames) const;
 
@@ -52,6 +85,10 @@ class Renderer {
     unsigned int channels_;
     ProgressBar* progressBar_ = nullptr;
     LevelMeter* levelMeter_ = nullptr;
+    TailLength tail_{false, 0.0};
+    bool sanitize_ = false;
+    bool countClipping_ = false;
+    std::uint64_t quietFrames_ = 0;
 };
 
 }  // namespace ostrana::fx

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <regex>
 
 #include "CommandError.h"
 
@@ -19,14 +20,54 @@ std::string cannotRead(const std::string& path, const std::string& reason) {
 }  // namespace
 
 SoundFileReader::SoundFileReader(const std::string& path) : path_(path) {
-    checkReadable();
-    file_ = sf_open(path.c_str(), SFM_READ, &info_);
+    if (path == "-") {
+        openStandardInput();
+    } else {
+        checkReadable();
+        file_ = sf_open(path.c_str(), SFM_READ, &info_);
+    }
     if (file_ == nullptr) throw CommandError::failure(cannotRead(path_, sf_strerror(nullptr)));
     if (info_.channels <= 0 || info_.samplerate <= 0) {
         sf_close(file_);
         file_ = nullptr;
         throw CommandError::failure(cannotRead(path_, "no channels or no sample rate"));
     }
+    readPromisedFrames();
+}
+
+void SoundFileReader::openStandardInput() {
+    const bool seekable = lseek(STDIN_FILENO, 0, SEEK_CUR) != static_cast<off_t>(-1);
+    file_ = sf_open_fd(STDIN_FILENO, SFM_READ, &info_, SF_FALSE);
+    if (file_ == nullptr && !seekable) {
+        throw CommandError::usage(cannotRead(
+            "standard input", std::string(sf_strerror(nullptr)) +
+                                  "; from a pipe, libsndfile reads only formats that stream, "
+                                  "such as WAV, AU, FLAC or raw (or give a file name)"));
+    }
+}
+
+// libsndfile shortens the frame count of a file whose data is cut off and notes the
+// header's figure in its log ("data : 192000 (should be 99956)", in bytes).
+void SoundFileReader::readPromisedFrames() {
+    char log[8192] = {};
+    sf_command(file_, SFC_GET_LOG_INFO, log, sizeof log);
+    static const std::regex kCutOff(R"((?:data|SSND)\s*:\s*(\d+)\s*\(should be (\d+)\))");
+    std::cmatch match;
+    if (info_.frames <= 0 || !std::regex_search(log, match, kCutOff)) return;
+    const double promisedBytes = std::stod(match[1].str());
+    const double presentBytes = std::stod(match[2].str());
+    if (presentBytes <= 0 || promisedBytes <= presentBytes) return;
+    promisedFrames_ = static_cast<std::uint64_t>(
+        static_cast<double>(info_.frames) * promisedBytes / presentBytes + 0.5);
+}
+
+SoundFileTags SoundFileReader::tags() const {
+    SoundFileTags tags;
+    for (int kind = SF_STR_FIRST; kind <= SF_STR_LAST; ++kind) {
+        const char* text = sf_get_string(file_, kind);
+        if (text != nullptr && *text != '\0') tags[kind] = text;
+    }
+    return tags;
 }
 
 SoundFileReader::~SoundFileReader() {
@@ -61,6 +102,12 @@ std::size_t SoundFileReader::readFrames(float* interleaved, std::size_t maxFrame
     const sf_count_t read = sf_readf_float(file_, interleaved, static_cast<sf_count_t>(maxFrames));
     if (read < 0 || sf_error(file_) != SF_ERR_NO_ERROR) {
         throw CommandError::failure(cannotRead(path_, sf_strerror(file_)));
+    }
+    framesRead_ += static_cast<std::uint64_t>(read);
+    // A file that ends before the frames its header promised, found only while reading.
+    if (read == 0 && promisedFrames_ == 0 && info_.frames > 0 && info_.seekable &&
+        framesRead_ < static_cast<std::uint64_t>(info_.frames)) {
+        promisedFrames_ = static_cast<std::uint64_t>(info_.frames);
     }
     return static_cast<std::size_t>(read);
 }

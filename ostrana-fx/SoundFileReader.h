@@ -7,11 +7,12 @@
 #include <string>
 
 #include "SampleSource.h"
+#include "SoundFileWriter.h"
 
 namespace ostrana::fx {
 
 // Reads a sound file (WAV, FLAC, AIFF, Ogg and whatever else libsndfile knows) as
-// interleaved 32-bit float frames.
+// interleaved 32-bit float frames; "-" reads standard input.
 class SoundFileReader : public SampleSource {
   public:
     // Opens path; throws a failure CommandError that names the file when it is missing,
@@ -27,13 +28,25 @@ class SoundFileReader : public SampleSource {
     std::size_t readFrames(float* interleaved, std::size_t maxFrames) override;
 
     const std::string& path() const { return path_; }
+    // libsndfile's format of the file (container and encoding).
+    int format() const { return info_.format; }
+    // The file's text tags.
+    SoundFileTags tags() const;
+    // How many frames the file's header promised when the file is shorter than that (its
+    // data cut off), else 0.
+    std::uint64_t promisedFrames() const { return promisedFrames_; }
+    std::uint64_t framesRead() const { return framesRead_; }
 
   private:
     void checkReadable() const;
+    void openStandardInput();
+    void readPromisedFrames();
 
     std::string path_;
     SF_INFO info_{};
     SNDFILE* file_ = nullptr;
+    std::uint64_t framesRead_ = 0;
+    std::uint64_t promisedFrames_ = 0;
 };
 
 }  // namespace ostrana::fx

@@ -1,83 +1,50 @@
 #include "SoundFileWriter.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <vector>
 
 #include "CommandError.h"
-#include "InterruptCleanup.h"
+#include "SoundFileFormat.h"
 
 namespace ostrana::fx {
 
 SoundFileWriter::SoundFileWriter(const std::string& path, unsigned int channels,
-                                 unsigned int sampleRate, OutputFormat format)
-    : path_(path) {
-    createTemporaryFile();
+                                 unsigned int sampleRate, int format, const SoundFileTags& tags)
+    : output_(path), format_(format) {
     SF_INFO info{};
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(sampleRate);
-    info.format = sndfileFormat(format);
-    file_ = sf_open(temporaryPath_.c_str(), SFM_WRITE, &info);
+    info.format = format;
+    // libsndfile gets a descriptor of its own, which it closes (also when it fails to open).
+    const bool seekable = output_.seekable();
+    const int descriptor = dup(output_.descriptor());
+    if (descriptor < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
+    file_ = sf_open_fd(descriptor, SFM_WRITE, &info, SF_TRUE);
     if (file_ == nullptr) {
         const std::string reason = sf_strerror(nullptr);
-        discard();
+        if (!seekable) {
+            throw CommandError::usage(
+                "cannot write " + SoundFileFormat::describe(format) + " to " + output_.kindText() +
+                ": the format needs a file it can seek in; formats that "
+                "stream: au, flac, ogg, mp3, raw (choose one with --type, e.g. --type flac)");
+        }
         throw CommandError::failure(cannotWrite(reason));
     }
     // Out-of-range samples clip at full scale in integer formats rather than wrap around.
     sf_command(file_, SFC_SET_CLIPPING, nullptr, SF_TRUE);
     // No PEAK chunk: it carries a time stamp, and the same render should give the same bytes.
     sf_command(file_, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    for (const auto& [kind, text] : tags) sf_set_string(file_, kind, text.c_str());
 }
 
 SoundFileWriter::~SoundFileWriter() {
-    discard();
-}
-
-int SoundFileWriter::sndfileFormat(OutputFormat format) {
-    switch (format) {
-        case OutputFormat::Pcm16:
-            return SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-        case OutputFormat::Pcm24:
-            return SF_FORMAT_WAV | SF_FORMAT_PCM_24;
-        case OutputFormat::Float:
-            break;
-    }
-    return SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    if (file_ != nullptr) sf_close(file_);
 }
 
 std::string SoundFileWriter::cannotWrite(const std::string& reason) const {
-    return "cannot write output '" + path_ + "': " + reason;
-}
-
-// A hidden, uniquely named file in the destination's directory, so that the final rename
-// stays on one file system and so is atomic.
-void SoundFileWriter::createTemporaryFile() {
-    const std::filesystem::path destination(path_);
-    if (destination.filename().empty()) throw CommandError::failure(cannotWrite("no file name"));
-    std::filesystem::path directory = destination.parent_path();
-    if (directory.empty()) directory = ".";
-    // Appended piece by piece: g++ 12 warns falsely (-Wrestrict) on "." + std::string.
-    std::string hiddenName(".");
-    hiddenName += destination.filename().string();
-    hiddenName += ".partial-XXXXXX";
-    const std::string pattern = (directory / hiddenName).string();
-    std::vector<char> name(pattern.begin(), pattern.end());
-    name.push_back('\0');
-    const int descriptor = mkstemp(name.data());
-    if (descriptor < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
-    temporaryPath_ = name.data();
-    InterruptCleanup::track(temporaryPath_);
-    close(descriptor);
-    // mkstemp makes the file private; give it the permissions a newly created file gets.
-    const mode_t mask = umask(0);
-    umask(mask);
-    chmod(temporaryPath_.c_str(), 0666 & ~mask);
+    return "cannot write output '" + output_.path() + "': " + reason;
 }
 
 void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) {
@@ -90,29 +57,9 @@ void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) 
 void SoundFileWriter::commit() {
     SNDFILE* file = file_;
     file_ = nullptr;
-    if (sf_close(file) != 0) {
-        discard();
+    if (sf_close(file) != 0)
         throw CommandError::failure(cannotWrite("the file could not be completed"));
-    }
-    InterruptCleanup::release();
-    if (std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
-        const std::string reason = std::strerror(errno);
-        discard();
-        throw CommandError::failure(cannotWrite(reason));
-    }
-    temporaryPath_.clear();
-}
-
-void SoundFileWriter::discard() {
-    if (file_ != nullptr) {
-        sf_close(file_);
-        file_ = nullptr;
-    }
-    if (!temporaryPath_.empty()) {
-        InterruptCleanup::release();
-        std::remove(temporaryPath_.c_str());
-        temporaryPath_.clear();
-    }
+    output_.commit();
 }
 
 }  // namespace ostrana::fx

@@ -3,41 +3,43 @@
 #include <sndfile.h>
 
 #include <cstddef>
+#include <map>
 #include <string>
+
+#include "OutputFile.h"
 
 namespace ostrana::fx {
 
-// Sample formats of the WAV files ostrana-fx writes.
-enum class OutputFormat { Float, Pcm16, Pcm24 };
+// Text tags of a sound file (title, artist, ...), by libsndfile's SF_STR_* number.
+using SoundFileTags = std::map<int, std::string>;
 
-// Writes a WAV file of interleaved 32-bit float frames. The samples go to a temporary file
-// beside the destination, which takes the destination's place only on commit(): until then
-// an existing file at the destination is untouched, and a writer destroyed without commit()
-// removes its temporary file, so a failed render leaves nothing behind.
+// Writes a sound file of interleaved 32-bit float frames in a libsndfile format, through an
+// OutputFile: a regular file takes its place only on commit(), and a writer destroyed without
+// commit() leaves the destination untouched and nothing behind.
 class SoundFileWriter {
   public:
-    // Creates the temporary file; throws a failure CommandError naming path when it cannot.
+    // Opens the output; throws a CommandError naming path when it cannot: a usage error when
+    // the format needs to seek and the output cannot (a pipe), a failure otherwise. Tags the
+    // container cannot hold are left out.
     SoundFileWriter(const std::string& path, unsigned int channels, unsigned int sampleRate,
-                    OutputFormat format);
+                    int format, const SoundFileTags& tags = {});
     ~SoundFileWriter();
     SoundFileWriter(const SoundFileWriter&) = delete;
     SoundFileWriter& operator=(const SoundFileWriter&) = delete;
 
     // Throws a failure CommandError when the frames cannot all be written.
     void writeFrames(const float* interleaved, std::size_t frames);
-    // Completes the file and renames it into place; throws a failure CommandError on error.
+    // Completes the file and puts it in place; throws a failure CommandError on error.
     void commit();
 
-    const std::string& path() const { return path_; }
+    const std::string& path() const { return output_.path(); }
+    int format() const { return format_; }
 
   private:
-    static int sndfileFormat(OutputFormat format);
-    void createTemporaryFile();
-    void discard();
     std::string cannotWrite(const std::string& reason) const;
 
-    std::string path_;
-    std::string temporaryPath_;
+    OutputFile output_;
+    int format_;
     SNDFILE* file_ = nullptr;
 };
 

@@ -222,7 +222,7 @@ TEST(FxDescribeTest, UnknownTypeIsAUsageErrorThatListsTheKnownTypes) {
 }
 
 TEST(FxHelpTest, EverySubcommandHasHelp) {
-    for (const char* command : {"list", "describe", "render", "demo"}) {
+    for (const char* command : {"list", "describe", "params", "render", "demo"}) {
         const FxRun run = FxProcess::run({command, "--help"});
         EXPECT_EQ(run.exitStatus, 0) << command;
         EXPECT_NE(run.out.find(std::string("Usage: ostrana-fx ") + command), std::string::npos)
@@ -230,7 +230,7 @@ TEST(FxHelpTest, EverySubcommandHasHelp) {
     }
     const FxRun top = FxProcess::run({"--help"});
     EXPECT_EQ(top.exitStatus, 0);
-    for (const char* command : {"list", "describe", "render", "demo"}) {
+    for (const char* command : {"list", "describe", "params", "render", "demo"}) {
         EXPECT_NE(top.out.find(command), std::string::npos) << command;
     }
 }

@@ -88,9 +88,9 @@ std::vector<ErrorCase> errorCases() {
          2,
          {"'delayMs'", "'abc'"}},
         {"BooleanDoesNotParse",
-         {"IN", "OUT", "--node", "AudioEffects.Vibrato", "--set", "enabled=yes"},
+         {"IN", "OUT", "--node", "AudioEffects.Vibrato", "--set", "enabled=maybe"},
          2,
-         {"'enabled'", "'yes'"}},
+         {"'enabled'", "'maybe'", "a switch is needed"}},
         {"FloatDoesNotParse",
          {"IN", "OUT", "--node", "AudioEffects.PingPongDelay", "--set", "dryMix=0.5x"},
          2,
@@ -120,19 +120,70 @@ std::vector<ErrorCase> errorCases() {
          {"IN", "OUT", "--node", "AudioEffects.Delay", "--block", "0"},
          2,
          {"--block"}},
+        // Refusals known before any audio is read are usage errors.
         {"PingPongRefusesMono",
          {"DIR/mono.wav", "OUT", "--node", "AudioEffects.PingPongDelay"},
-         1,
-         {"node 1 (AudioEffects.PingPongDelay)", "1-channel", "mono.wav", "takes 2 channels"}},
-        {"ChorusRefusesThreeChannels",
-         {"DIR/three.wav", "OUT", "--node", "AudioEffects.Chorus"},
-         1,
-         {"node 1 (AudioEffects.Chorus)", "3-channel", "takes 1 or 2 channels"}},
+         2,
+         {"node 1 (AudioEffects.PingPongDelay)", "1-channel", "mono.wav", "takes 2 channels",
+          "--upmix"}},
+        {"PingPongRefusesALoneThirdChannel",
+         {"DIR/three.wav", "OUT", "--node", "ping-pong-delay"},
+         2,
+         {"node 1 (AudioEffects.PingPongDelay)", "3-channel", "takes 2 channels"}},
         {"SecondNodeRefusesMono",
          {"DIR/mono.wav", "OUT", "--node", "AudioEffects.Delay", "--node",
           "AudioEffects.PingPongDelay"},
-         1,
+         2,
          {"node 2 (AudioEffects.PingPongDelay)", "1-channel"}},
+        {"ValueAboveRange",
+         {"IN", "OUT", "--node", "delay", "--set", "delayMs=5000"},
+         2,
+         {"'delayMs'", "5000", "1 to 1000 ms", "--allow-out-of-range"}},
+        {"ValueBelowRange",
+         {"IN", "OUT", "--node", "flanger", "--set", "sweepWidth=-1"},
+         2,
+         {"'sweepWidth'", "-1", "0 to 0.01 s"}},
+        {"FeedbackAboveRange",
+         {"IN", "OUT", "--node", "delay", "--set", "feedbackLevel=5"},
+         2,
+         {"'feedbackLevel'", "0 to 0.99"}},
+        {"WholeNumberWithFraction",
+         {"IN", "OUT", "--node", "delay", "--set", "delayMs=350.5"},
+         2,
+         {"'delayMs'", "'350.5'", "a whole number is needed"}},
+        {"MisspeltNodeType",
+         {"IN", "OUT", "--node", "Chrous"},
+         2,
+         {"unknown node type 'Chrous'", "did you mean 'chorus'?"}},
+        {"MisspeltParameter",
+         {"IN", "OUT", "--node", "delay", "--set", "dlayMs=3"},
+         2,
+         {"unknown parameter 'dlayMs'", "did you mean 'delayMs'?"}},
+        {"MisspeltOption",
+         {"IN", "OUT", "--node", "delay", "--blok", "3"},
+         2,
+         {"--blok", "did you mean '--block'?"}},
+        {"OptionMissingItsValue",
+         {"IN", "OUT", "--node", "--quiet"},
+         2,
+         {"--node", "missing node type", "'--quiet'"}},
+        {"BlockOfTheWrongKind",
+         {"IN", "OUT", "--node", "delay", "--block", "abc"},
+         2,
+         {"--block", "'abc' is not a whole number of frames"}},
+        {"TailOfTheWrongKind",
+         {"IN", "OUT", "--node", "delay", "--tail", "long"},
+         2,
+         {"--tail", "'long'"}},
+        {"OutputExtensionNotWritable",
+         {"IN", "DIR/out.xyz", "--node", "delay"},
+         2,
+         {"'.xyz'", "flac", "wav"}},
+        {"FormatTheContainerCannotHold",
+         {"IN", "DIR/out.flac", "--node", "delay", "--format", "float"},
+         2,
+         {"--format", "FLAC"}},
+        {"WavToAPipeNeedsAStreamingFormat", {"IN", "-", "--node", "delay"}, 2, {"seek", "--type"}},
     };
 }
 
@@ -244,15 +295,23 @@ TEST(FxOutputErrorTest, SuccessfulRenderReplacesAnExistingOutput) {
     WavFile::write(directory.file("in.wav"), 2, 48000, makeTestSignal(2, 4800, 48000), kFloatWav);
     writeBytes(directory.file("out.wav"), kExistingOutput);
     const FxRun run = FxProcess::run({"render", directory.file("in.wav"), directory.file("out.wav"),
-                                      "--node", "AudioEffects.Delay"});
+                                      "--tail", "0", "--node", "AudioEffects.Delay"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(WavFile::read(directory.file("out.wav")).frames(), 4800u);
     EXPECT_EQ(directory.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
 }
 
-bool hasPartialFile(const TempDirectory& directory) {
+// Whether the program holds an output file open in the directory that has no name there yet
+// (an unnamed temporary file shows as "DIR/#inode (deleted)"), or a hidden named one.
+bool isWritingOutput(int pid, const TempDirectory& directory) {
     for (const std::string& name : directory.entries()) {
         if (name.rfind(".out.wav.partial-", 0) == 0) return true;
+    }
+    std::error_code error;
+    const std::string descriptors = "/proc/" + std::to_string(pid) + "/fd";
+    for (const auto& entry : std::filesystem::directory_iterator(descriptors, error)) {
+        const std::string target = std::filesystem::read_symlink(entry.path(), error).string();
+        if (target.rfind(directory.path() + "/#", 0) == 0) return true;
     }
     return false;
 }
@@ -274,7 +333,9 @@ int openWriterWhenRead(const std::string& path) {
 
 // The input is a FIFO that this test feeds: the render is stopped halfway through, with
 // its temporary file open, and interrupted there.
-TEST(FxInterruptTest, InterruptedRenderRemovesItsTemporaryFile) {
+// A render reading from a FIFO is stopped by a signal halfway through: neither a temporary
+// file nor a partial output may be left behind, and the existing output stays as it was.
+void expectStoppedRenderLeavesNothing(int signal) {
     TempDirectory directory;
     WavFile::write(directory.file("source.wav"), 2, 48000, makeTestSignal(2, 96000, 48000),
                    kFloatWav);
@@ -294,17 +355,24 @@ TEST(FxInterruptTest, InterruptedRenderRemovesItsTemporaryFile) {
     const std::size_t half = bytes.size() / 2;
     ASSERT_EQ(write(fifo, bytes.data(), half), static_cast<ssize_t>(half));
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!hasPartialFile(directory) && std::chrono::steady_clock::now() < deadline) {
+    while (!isWritingOutput(pid, directory) && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    EXPECT_TRUE(hasPartialFile(directory)) << "the render never started writing";
-    kill(pid, SIGINT);
+    EXPECT_TRUE(isWritingOutput(pid, directory)) << "the render never started writing";
+    kill(pid, signal);
     const int status = FxProcess::wait(pid);
     close(fifo);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << "wait status " << status;
-    EXPECT_FALSE(hasPartialFile(directory));
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << "wait status " << status;
     EXPECT_EQ(directory.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
     EXPECT_EQ(readBytes(directory.file("out.wav")), kExistingOutput);
+}
+
+TEST(FxInterruptTest, InterruptedRenderLeavesNothingBehind) {
+    expectStoppedRenderLeavesNothing(SIGINT);
+}
+
+TEST(FxInterruptTest, KilledRenderLeavesNothingBehind) {
+    expectStoppedRenderLeavesNothing(SIGKILL);
 }
 
 }  // namespace

@@ -1,0 +1,193 @@
+#include "SoundFileFormat.h"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <utility>
+
+#include "CommandError.h"
+#include "TextList.h"
+
+namespace ostrana::fx {
+
+namespace {
+
+struct NamedFormat {
+    const char* name;
+    int format;
+};
+
+// Extensions people use beside the ones libsndfile reports for its containers.
+constexpr std::array<NamedFormat, 8> kContainerAliases = {{
+    {"aif", SF_FORMAT_AIFF},
+    {"aifc", SF_FORMAT_AIFF},
+    {"wave", SF_FORMAT_WAV},
+    {"ogg", SF_FORMAT_OGG},
+    {"opus", SF_FORMAT_OGG},
+    {"snd", SF_FORMAT_AU},
+    {"mp3", SF_FORMAT_MPEG},
+    {"rf64", SF_FORMAT_RF64},
+}};
+
+constexpr std::array<NamedFormat, 7> kEncodings = {{
+    {"float", SF_FORMAT_FLOAT},
+    {"double", SF_FORMAT_DOUBLE},
+    {"pcm16", SF_FORMAT_PCM_16},
+    {"pcm24", SF_FORMAT_PCM_24},
+    {"pcm32", SF_FORMAT_PCM_32},
+    {"pcm8", SF_FORMAT_PCM_S8},
+    {"u8", SF_FORMAT_PCM_U8},
+}};
+
+// Tried in this order when the input's encoding does not fit the container.
+constexpr std::array<int, 6> kFallbackEncodings = {SF_FORMAT_FLOAT,  SF_FORMAT_PCM_24,
+                                                   SF_FORMAT_PCM_16, SF_FORMAT_VORBIS,
+                                                   SF_FORMAT_OPUS,   SF_FORMAT_MPEG_LAYER_III};
+
+std::string lowerCase(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+// libsndfile's writable containers with the extension it gives each.
+std::vector<std::pair<std::string, int>> libraryContainers() {
+    std::vector<std::pair<std::string, int>> containers;
+    int count = 0;
+    sf_command(nullptr, SFC_GET_FORMAT_MAJOR_COUNT, &count, sizeof count);
+    for (int i = 0; i < count; ++i) {
+        SF_FORMAT_INFO info{};
+        info.format = i;
+        sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &info, sizeof info);
+        if (info.extension != nullptr) containers.emplace_back(info.extension, info.format);
+    }
+    return containers;
+}
+
+bool fits(int format, unsigned int channels, unsigned int sampleRate) {
+    SF_INFO info{};
+    info.format = format;
+    info.channels = static_cast<int>(channels);
+    info.samplerate = static_cast<int>(sampleRate);
+    return sf_format_check(&info) == SF_TRUE;
+}
+
+// libsndfile's name of a container or an encoding: "WAV (Microsoft)", "32 bit float".
+std::string formatName(int format) {
+    SF_FORMAT_INFO info{};
+    info.format = format;
+    sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof info);
+    return info.name != nullptr ? info.name : "unknown";
+}
+
+}  // namespace
+
+int SoundFileFormat::containerFor(const std::string& name) {
+    const std::string wanted = lowerCase(name);
+    for (const NamedFormat& alias : kContainerAliases) {
+        if (wanted == alias.name) return alias.format;
+    }
+    for (const auto& [extension, format] : libraryContainers()) {
+        if (wanted == extension) return format;
+    }
+    return 0;
+}
+
+std::vector<std::string> SoundFileFormat::containerNames() {
+    std::vector<std::string> names;
+    for (const auto& container : libraryContainers()) names.push_back(container.first);
+    for (const NamedFormat& alias : kContainerAliases) names.emplace_back(alias.name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+int SoundFileFormat::containerForPath(const std::string& path, const std::string& typeName) {
+    if (!typeName.empty()) {
+        const int container = containerFor(typeName);
+        if (container == 0) {
+            throw CommandError::usage("--type '" + typeName +
+                                      "': not a format ostrana-fx can "
+                                      "write; formats: " +
+                                      TextList::join(containerNames()));
+        }
+        return container;
+    }
+    std::string extension = std::filesystem::path(path).extension().string();
+    if (path == "-" || extension.size() < 2) return SF_FORMAT_WAV;
+    extension.erase(0, 1);
+    const int container = containerFor(extension);
+    if (container == 0) {
+        throw CommandError::usage("output '" + path + "': cannot write '." + extension +
+                                  "' files; use one of " + TextList::join(containerNames()) +
+                                  " (or --type to name the format)");
+    }
+    return container;
+}
+
+int SoundFileFormat::encodingFor(const std::string& name) {
+    for (const NamedFormat& encoding : kEncodings) {
+        if (lowerCase(name) == encoding.name) return encoding.format;
+    }
+    return 0;
+}
+
+std::vector<std::string> SoundFileFormat::encodingNames() {
+    std::vector<std::string> names;
+    for (const NamedFormat& encoding : kEncodings) names.emplace_back(encoding.name);
+    return names;
+}
+
+int SoundFileFormat::choose(int container, int requestedEncoding, int inputFormat,
+                            unsigned int channels, unsigned int sampleRate) {
+    // Float WAV is written as WAVE_FORMAT_EXTENSIBLE, whose header every reader takes
+    // without a warning; so are WAVs of more than two channels, which need a channel mask.
+    const auto withContainer = [&](int encoding) {
+        const bool extensible =
+            container == SF_FORMAT_WAV &&
+            (encoding == SF_FORMAT_FLOAT || encoding == SF_FORMAT_DOUBLE || channels > 2);
+        return (extensible ? SF_FORMAT_WAVEX : container) | encoding;
+    };
+    if (requestedEncoding != 0) {
+        if (!fits(withContainer(requestedEncoding), channels, sampleRate)) {
+            throw CommandError::usage("--format: " + formatName(container) + " files cannot hold " +
+                                      formatName(requestedEncoding) + " samples with " +
+                                      std::to_string(channels) + " channels at " +
+                                      std::to_string(sampleRate) + " Hz");
+        }
+        return withContainer(requestedEncoding);
+    }
+    const int inputEncoding = inputFormat & SF_FORMAT_SUBMASK;
+    if (inputEncoding != 0 && fits(withContainer(inputEncoding), channels, sampleRate)) {
+        return withContainer(inputEncoding);
+    }
+    for (int encoding : kFallbackEncodings) {
+        if (fits(withContainer(encoding), channels, sampleRate)) return withContainer(encoding);
+    }
+    throw CommandError::usage(formatName(container) + " files cannot hold " +
+                              std::to_string(channels) + " channels at " +
+                              std::to_string(sampleRate) + " Hz");
+}
+
+bool SoundFileFormat::isInteger(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_PCM_16:
+        case SF_FORMAT_PCM_24:
+        case SF_FORMAT_PCM_32:
+        case SF_FORMAT_ULAW:
+        case SF_FORMAT_ALAW:
+            return true;
+        default:
+            return false;
+    }
+}
+
+std::string SoundFileFormat::describe(int format) {
+    return formatName(format & SF_FORMAT_TYPEMASK) + ", " + formatName(format & SF_FORMAT_SUBMASK);
+}
+
+}  // namespace ostrana::fx

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ostrana::fx {
+
+// The libsndfile format of an output: its container, chosen by the output's file extension
+// (or by name, for standard output), and its sample encoding, which follows the input's
+// unless the user names one.
+class SoundFileFormat {
+  public:
+    // The container for an extension or type name ("wav", "flac", "ogg", "aiff", ...), in any
+    // case; 0 when libsndfile cannot write it.
+    static int containerFor(const std::string& name);
+    // The container for an output path: its extension's, or WAV for standard output and
+    // paths without an extension. Throws a usage CommandError naming the extension when
+    // libsndfile cannot write it.
+    static int containerForPath(const std::string& path, const std::string& typeName);
+    // The encoding named on the command line ("float", "pcm16", ...), or 0 for an unknown name.
+    static int encodingFor(const std::string& name);
+    // The names encodingFor knows, for help and messages.
+    static std::vector<std::string> encodingNames();
+    // The extensions containerFor knows, for messages.
+    static std::vector<std::string> containerNames();
+
+    // The full format for a container: the requested encoding if one is given, else the
+    // input's, else the first encoding the container takes that keeps the most of it (float,
+    // then 24 and 16 bits, then a compressed one). Throws a usage CommandError when the
+    // container cannot hold the requested encoding, the channels or the rate.
+    static int choose(int container, int requestedEncoding, int inputFormat, unsigned int channels,
+                      unsigned int sampleRate);
+    // Whether the encoding is stored as integers (and so clips beyond full scale).
+    static bool isInteger(int format);
+    // "WAV (float)", for messages.
+    static std::string describe(int format);
+};
+
+}  // namespace ostrana::fx
