@@ -142,12 +142,12 @@ std::vector<std::string> SoundFileFormat::encodingNames() {
 
 int SoundFileFormat::choose(int container, int requestedEncoding, int inputFormat,
                             unsigned int channels, unsigned int sampleRate) {
-    // Float WAV is written as WAVE_FORMAT_EXTENSIBLE, whose header every reader takes
-    // without a warning; so are WAVs of more than two channels, which need a channel mask.
+    // Integer WAVs of more than two channels are written as WAVE_FORMAT_EXTENSIBLE, with a
+    // channel mask. Float WAVs stay plain: their header is completed when the file is
+    // finished (see FloatWavHeader), and SoX warns about the extensible float header.
     const auto withContainer = [&](int encoding) {
-        const bool extensible =
-            container == SF_FORMAT_WAV &&
-            (encoding == SF_FORMAT_FLOAT || encoding == SF_FORMAT_DOUBLE || channels > 2);
+        const bool extensible = container == SF_FORMAT_WAV && channels > 2 &&
+                                encoding != SF_FORMAT_FLOAT && encoding != SF_FORMAT_DOUBLE;
         return (extensible ? SF_FORMAT_WAVEX : container) | encoding;
     };
     if (requestedEncoding != 0) {

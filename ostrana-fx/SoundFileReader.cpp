@@ -57,8 +57,33 @@ void SoundFileReader::readPromisedFrames() {
     const double promisedBytes = std::stod(match[1].str());
     const double presentBytes = std::stod(match[2].str());
     if (presentBytes <= 0 || promisedBytes <= presentBytes) return;
-    promisedFrames_ = static_cast<std::uint64_t>(
-        static_cast<double>(info_.frames) * promisedBytes / presentBytes + 0.5);
+    const unsigned int frameBytes = bytesPerSample(info_.format) * channels();
+    // Where the encoding has no fixed size per sample, the frames in proportion.
+    const double promised = frameBytes > 0
+                                ? promisedBytes / frameBytes
+                                : static_cast<double>(info_.frames) * promisedBytes / presentBytes;
+    promisedFrames_ = static_cast<std::uint64_t>(promised);
+}
+
+unsigned int SoundFileReader::bytesPerSample(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_ULAW:
+        case SF_FORMAT_ALAW:
+            return 1;
+        case SF_FORMAT_PCM_16:
+            return 2;
+        case SF_FORMAT_PCM_24:
+            return 3;
+        case SF_FORMAT_PCM_32:
+        case SF_FORMAT_FLOAT:
+            return 4;
+        case SF_FORMAT_DOUBLE:
+            return 8;
+        default:
+            return 0;
+    }
 }
 
 SoundFileTags SoundFileReader::tags() const {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "CommandError.h"
+#include "FloatWavHeader.h"
 #include "SoundFileFormat.h"
 
 namespace ostrana::fx {
@@ -57,8 +58,12 @@ void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) 
 void SoundFileWriter::commit() {
     SNDFILE* file = file_;
     file_ = nullptr;
-    if (sf_close(file) != 0)
+    if (sf_close(file) != 0) {
         throw CommandError::failure(cannotWrite("the file could not be completed"));
+    }
+    if ((format_ & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV && output_.seekable()) {
+        FloatWavHeader::addExtensionSize(output_.descriptor());
+    }
     output_.commit();
 }
 

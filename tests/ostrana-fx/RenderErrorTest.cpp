@@ -331,8 +331,6 @@ int openWriterWhenRead(const std::string& path) {
     return -1;
 }
 
-// The input is a FIFO that this test feeds: the render is stopped halfway through, with
-// its temporary file open, and interrupted there.
 // A render reading from a FIFO is stopped by a signal halfway through: neither a temporary
 // file nor a partial output may be left behind, and the existing output stays as it was.
 void expectStoppedRenderLeavesNothing(int signal) {
