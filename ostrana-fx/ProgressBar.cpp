@@ -1,16 +1,29 @@
 #include "ProgressBar.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <string>
 
 namespace ostrana::fx {
 
 namespace {
 
-constexpr int kBarWidth = 40;
-// Without a known length the bar shows a frame count, redrawn at this spacing.
-constexpr std::uint64_t kFramesBetweenCounts = 65536;
+constexpr int kDefaultWidth = 80;
+constexpr int kWidestLine = 512;
+constexpr double kSecondsBetweenDraws = 0.5;
+
+// "1:05" or "1:02:03".
+void formatDuration(char* out, std::size_t size, double seconds) {
+    const long total = static_cast<long>(std::max(0.0, seconds) + 0.5);
+    if (total >= 3600) {
+        std::snprintf(out, size, "%ld:%02ld:%02ld", total / 3600, total / 60 % 60, total % 60);
+    } else {
+        std::snprintf(out, size, "%ld:%02ld", total / 60, total % 60);
+    }
+}
 
 }  // namespace
 
@@ -19,41 +32,68 @@ bool ProgressBar::wanted(bool quiet) {
 }
 
 ProgressBar::ProgressBar(bool enabled, std::uint64_t totalFrames)
-    : enabled_(enabled), totalFrames_(totalFrames) {}
+    : enabled_(enabled), totalFrames_(totalFrames), start_(Clock::now()), lastDraw_(start_) {}
 
 ProgressBar::~ProgressBar() {
     finish();
 }
 
-void ProgressBar::update(std::uint64_t framesDone) {
-    if (!enabled_) return;
-    if (totalFrames_ == 0) {
-        if (drawn_ && framesDone - shownFrames_ < kFramesBetweenCounts) return;
-        shownFrames_ = framesDone;
-        draw(framesDone);
-        return;
-    }
-    const int percent =
-        static_cast<int>(framesDone >= totalFrames_ ? 100 : framesDone * 100 / totalFrames_);
-    if (percent == shownPercent_) return;
-    shownPercent_ = percent;
-    draw(framesDone);
+int ProgressBar::terminalWidth() {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    return kDefaultWidth;
 }
 
-void ProgressBar::draw(std::uint64_t framesDone) {
-    char line[128];
-    int length = 0;
-    if (totalFrames_ == 0) {
-        length = std::snprintf(line, sizeof line, "\rrendering %llu frames",
-                               static_cast<unsigned long long>(framesDone));
+void ProgressBar::update(std::uint64_t framesDone) {
+    if (!enabled_) return;
+    const Clock::time_point now = Clock::now();
+    const double sinceDraw = std::chrono::duration<double>(now - lastDraw_).count();
+    const int percent =
+        totalFrames_ == 0
+            ? -1
+            : static_cast<int>(framesDone >= totalFrames_ ? 100 : framesDone * 100 / totalFrames_);
+    if (drawn_ && percent == shownPercent_ && sinceDraw < kSecondsBetweenDraws) return;
+    shownPercent_ = percent;
+    lastDraw_ = now;
+    draw(framesDone, std::chrono::duration<double>(now - start_).count());
+}
+
+void ProgressBar::draw(std::uint64_t framesDone, double elapsedSeconds) {
+    // One column fewer than the terminal has, so the cursor never wraps to a new line.
+    const int width = std::clamp(terminalWidth() - 1, 1, kWidestLine - 1);
+    char elapsed[32];
+    formatDuration(elapsed, sizeof elapsed, elapsedSeconds);
+    char text[160];
+    if (shownPercent_ < 0) {
+        std::snprintf(text, sizeof text, " %llu frames, %s",
+                      static_cast<unsigned long long>(framesDone), elapsed);
     } else {
-        char bar[kBarWidth + 1];
-        const int filled = shownPercent_ * kBarWidth / 100;
-        for (int i = 0; i < kBarWidth; ++i) bar[i] = i < filled ? '#' : '-';
-        bar[kBarWidth] = '\0';
-        length = std::snprintf(line, sizeof line, "\rrendering [%s] %3d%%", bar, shownPercent_);
+        char left[32] = "?";
+        if (framesDone > 0) {
+            const double remaining =
+                elapsedSeconds *
+                static_cast<double>(totalFrames_ - std::min(framesDone, totalFrames_)) /
+                static_cast<double>(framesDone);
+            formatDuration(left, sizeof left, remaining);
+        }
+        std::snprintf(text, sizeof text, " %3d%% %s elapsed, %s left", shownPercent_, elapsed,
+                      left);
     }
-    if (length > 0) std::fwrite(line, 1, static_cast<std::size_t>(length), stderr);
+    // The bar takes what the text leaves, between "rendering [" and "]".
+    char line[kWidestLine + 8];
+    int length = std::snprintf(line, sizeof line, "\r\033[K");
+    const int textLength = static_cast<int>(std::char_traits<char>::length(text));
+    const int barWidth = width - 12 - textLength;
+    if (shownPercent_ >= 0 && barWidth >= 10) {
+        length += std::snprintf(line + length, sizeof line - length, "rendering [");
+        const int filled = shownPercent_ * barWidth / 100;
+        for (int i = 0; i < barWidth; ++i) line[length++] = i < filled ? '#' : '-';
+        length += std::snprintf(line + length, sizeof line - length, "]%s", text);
+    } else {
+        // Too narrow for a bar: as much of the text as fits.
+        length += std::snprintf(line + length, sizeof line - length, "%.*s", width, text + 1);
+    }
+    std::fwrite(line, 1, static_cast<std::size_t>(length), stderr);
     std::fflush(stderr);
     drawn_ = true;
 }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 namespace ostrana::fx {
 
-// A one-line progress bar on standard error, redrawn in place when the shown percentage
-// changes. A disabled bar draws nothing. Drawing formats into a fixed buffer: no allocation.
+// A one-line progress bar on standard error: a bar, the percentage, the time spent and the
+// time left. It fits the terminal's width, read again at every redraw so that it follows a
+// resize, and is redrawn in place when the percentage changes or half a second has passed.
+// Without a known length it shows the frames done. A disabled bar draws nothing. Drawing
+// formats into fixed buffers: no allocation.
 class ProgressBar {
   public:
     // Whether a bar belongs on standard error: only on a terminal, and not when quiet.
@@ -21,13 +25,17 @@ class ProgressBar {
     void finish();
 
   private:
-    void draw(std::uint64_t framesDone);
+    using Clock = std::chrono::steady_clock;
+
+    static int terminalWidth();
+    void draw(std::uint64_t framesDone, double elapsedSeconds);
 
     bool enabled_;
     bool drawn_ = false;
     std::uint64_t totalFrames_;
     int shownPercent_ = -1;
-    std::uint64_t shownFrames_ = 0;
+    Clock::time_point start_;
+    Clock::time_point lastDraw_;
 };
 
 }  // namespace ostrana::fx

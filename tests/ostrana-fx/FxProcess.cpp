@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -39,12 +40,16 @@ void drain(int outDescriptor, int errDescriptor, std::string& out, std::string& 
     }
 }
 
-int openTerminal(std::string& followerName) {
+int openTerminal(std::string& followerName, unsigned short columns) {
     const int leader = posix_openpt(O_RDWR | O_NOCTTY);
     if (leader < 0 || grantpt(leader) != 0 || unlockpt(leader) != 0) {
         throw std::runtime_error("cannot open a pseudo terminal");
     }
     followerName = ptsname(leader);
+    winsize size{};
+    size.ws_row = 24;
+    size.ws_col = columns;
+    ioctl(leader, TIOCSWINSZ, &size);
     return leader;
 }
 
@@ -60,8 +65,9 @@ FxRun FxProcess::runWithEnvironment(const std::vector<std::string>& arguments,
     return runProcess(arguments, "", false, environment);
 }
 
-FxRun FxProcess::runWithTerminalStderr(const std::vector<std::string>& arguments) {
-    return runProcess(arguments, "", true);
+FxRun FxProcess::runWithTerminalStderr(const std::vector<std::string>& arguments,
+                                       unsigned short columns) {
+    return runProcess(arguments, "", true, {}, columns);
 }
 
 std::vector<std::string> FxProcess::commandLine(const std::vector<std::string>& arguments) {
@@ -95,13 +101,13 @@ int FxProcess::wait(int pid) {
 
 FxRun FxProcess::runProcess(const std::vector<std::string>& arguments,
                             const std::string& workingDirectory, bool terminalStderr,
-                            const std::vector<std::string>& environment) {
+                            const std::vector<std::string>& environment, unsigned short columns) {
     int outPipe[2];
     int errPipe[2];
     std::string followerName;
     if (pipe(outPipe) != 0) throw std::runtime_error("pipe failed");
     if (terminalStderr) {
-        errPipe[0] = openTerminal(followerName);
+        errPipe[0] = openTerminal(followerName, columns);
         errPipe[1] = -1;
     } else if (pipe(errPipe) != 0) {
         throw std::runtime_error("pipe failed");

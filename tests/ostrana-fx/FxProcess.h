@@ -21,8 +21,10 @@ class FxProcess {
     // As run, with the environment variables in environment ("NAME=VALUE") added.
     static FxRun runWithEnvironment(const std::vector<std::string>& arguments,
                                     const std::vector<std::string>& environment);
-    // stderr is a pseudo terminal (as in an interactive shell); stdout goes to a pipe.
-    static FxRun runWithTerminalStderr(const std::vector<std::string>& arguments);
+    // stderr is a pseudo terminal (as in an interactive shell) of that many columns; stdout
+    // goes to a pipe.
+    static FxRun runWithTerminalStderr(const std::vector<std::string>& arguments,
+                                       unsigned short columns = 80);
 
     // Starts the program without waiting for it; its output is discarded. Returns its pid.
     static int start(const std::vector<std::string>& arguments);
@@ -33,7 +35,8 @@ class FxProcess {
     static std::vector<std::string> commandLine(const std::vector<std::string>& arguments);
     static FxRun runProcess(const std::vector<std::string>& arguments,
                             const std::string& workingDirectory, bool terminalStderr,
-                            const std::vector<std::string>& environment = {});
+                            const std::vector<std::string>& environment = {},
+                            unsigned short columns = 80);
 };
 
 }  // namespace ostrana::fx::testing

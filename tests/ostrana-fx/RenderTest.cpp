@@ -357,5 +357,43 @@ TEST(FxProgressBarTest, DrawnOnATerminalUnlessQuiet) {
     EXPECT_TRUE(piped.err.empty()) << piped.err;
 }
 
+// Each redraw of the bar, its erase sequences taken out.
+std::vector<std::string> progressLines(const std::string& err) {
+    std::vector<std::string> lines;
+    std::string line;
+    for (std::size_t i = 0; i <= err.size(); ++i) {
+        if (i == err.size() || err[i] == '\r') {
+            if (!line.empty()) lines.push_back(line);
+            line.clear();
+        } else if (err.compare(i, 3, "\033[K") == 0) {
+            i += 2;
+        } else {
+            line += err[i];
+        }
+    }
+    return lines;
+}
+
+TEST(FxRenderTest, ProgressBarFitsTheTerminalAndShowsTheTime) {
+    RenderFixture fixture;
+    const std::vector<std::string> base{"render", fixture.inputPath(), fixture.outputPath(),
+                                        "--node", "AudioEffects.Delay"};
+    for (unsigned short columns : {30, 120}) {
+        const FxRun run = FxProcess::runWithTerminalStderr(base, columns);
+        ASSERT_EQ(run.exitStatus, 0) << run.err;
+        EXPECT_EQ(run.err.find('\n'), std::string::npos) << "a new line in " << run.err;
+        const std::vector<std::string> lines = progressLines(run.err);
+        ASSERT_FALSE(lines.empty());
+        for (const std::string& line : lines) {
+            EXPECT_LT(line.size(), columns) << line;
+            EXPECT_NE(line.find("elapsed"), std::string::npos) << line;
+        }
+        if (columns == 120) {
+            EXPECT_NE(lines.back().find("rendering ["), std::string::npos) << lines.back();
+            EXPECT_NE(lines.back().find(" left"), std::string::npos) << lines.back();
+        }
+    }
+}
+
 }  // namespace
 }  // namespace ostrana::fx::testing
