@@ -46,21 +46,20 @@ NodeClass& nodeOf(Node& node) {
 // The member type a getter returns: the parameter's C++ type.
 template <typename Getter>
 struct ValueOf;
-template <typename NodeClass, typename T>
-struct ValueOf<T (NodeClass::*)()> {
+template <typename Class, typename T>
+struct ValueOf<T (Class::*)()> {
     using Type = T;
-    using Node = NodeClass;
 };
-template <typename NodeClass, typename T>
-struct ValueOf<T (NodeClass::*)() const> {
+template <typename Class, typename T>
+struct ValueOf<T (Class::*)() const> {
     using Type = T;
-    using Node = NodeClass;
 };
 
-// A parameter read through kGetter and written through kSetter of the node's class.
-template <auto kGetter, auto kSetter>
+// A parameter read through kGetter and written through kSetter on nodes of NodeClass (the
+// accessors may be a base class's, as the swept effects share theirs: the node's own class
+// is still what is checked).
+template <typename NodeClass, auto kGetter, auto kSetter>
 constexpr NodeParameter accessed(const ParameterDefinition& definition) {
-    using NodeClass = typename ValueOf<decltype(kGetter)>::Node;
     using T = typename ValueOf<decltype(kGetter)>::Type;
     return NodeParameter{
         definition,
@@ -79,11 +78,11 @@ constexpr NodeParameter accessed(const ParameterDefinition& definition) {
 template <typename NodeClass>
 constexpr std::array<NodeParameter, 5> echoParameters(const ParameterDefinition& enabled) {
     return {
-        accessed<&NodeClass::getIsEnabled, &NodeClass::setIsEnabled>(enabled),
-        accessed<&NodeClass::getDelayMs, &NodeClass::setDelayMs>(defined::kDelayMs),
-        accessed<&NodeClass::getDryMix, &NodeClass::setDryMix>(defined::kDryMix),
-        accessed<&NodeClass::getWetMix, &NodeClass::setWetMix>(defined::kWetMix),
-        accessed<&NodeClass::getFeedbackLevel, &NodeClass::setFeedbackLevel>(
+        accessed<NodeClass, &NodeClass::getIsEnabled, &NodeClass::setIsEnabled>(enabled),
+        accessed<NodeClass, &NodeClass::getDelayMs, &NodeClass::setDelayMs>(defined::kDelayMs),
+        accessed<NodeClass, &NodeClass::getDryMix, &NodeClass::setDryMix>(defined::kDryMix),
+        accessed<NodeClass, &NodeClass::getWetMix, &NodeClass::setWetMix>(defined::kWetMix),
+        accessed<NodeClass, &NodeClass::getFeedbackLevel, &NodeClass::setFeedbackLevel>(
             defined::kFeedbackLevel),
     };
 }
@@ -93,9 +92,12 @@ template <typename NodeClass>
 constexpr std::array<NodeParameter, 3> sweptParameters(
     const defined::SweptEffectParameters& definitions) {
     return {
-        accessed<&NodeClass::getIsEnabled, &NodeClass::setIsEnabled>(definitions.enabled),
-        accessed<&NodeClass::getSweepWidth, &NodeClass::setSweepWidth>(definitions.sweepWidth),
-        accessed<&NodeClass::getFrequency, &NodeClass::setFrequency>(definitions.frequency),
+        accessed<NodeClass, &NodeClass::getIsEnabled, &NodeClass::setIsEnabled>(
+            definitions.enabled),
+        accessed<NodeClass, &NodeClass::getSweepWidth, &NodeClass::setSweepWidth>(
+            definitions.sweepWidth),
+        accessed<NodeClass, &NodeClass::getFrequency, &NodeClass::setFrequency>(
+            definitions.frequency),
     };
 }
 

@@ -7,17 +7,14 @@
 #include <ostrana/audioeffects/DelayNode.h>
 
 #include "descriptors/EffectNodeTypeInfo.h"
+#include "nodes/DelayLineLength.h"
+#include "nodes/EchoParameters.h"
 
 namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-// Every line holds one second at 48 kHz, whatever the sample rate.
-constexpr int kLineLength = 48000;
-
-static_assert(std::atomic<bool>::is_always_lock_free);
-static_assert(std::atomic<float>::is_always_lock_free);
-static_assert(std::atomic<unsigned int>::is_always_lock_free);
+constexpr int kLineLength = kDelayLineLength;
 
 // One channel's working state during a block: the line's storage and pointers, and the
 // channel's input and output samples. Copied out of the line before the block and back after,
@@ -33,8 +30,7 @@ struct LineCursor {
 // The delay in samples, trunc(delayMs * (sampleRate / 1000.0)), limited to the line's length
 // so that the read pointer always lands inside the line.
 int delayInSamples(unsigned int delayMs, unsigned int sampleRate) {
-    const double samples =
-        static_cast<double>(delayMs) * (static_cast<double>(sampleRate) / 1000.0);
+    const double samples = EchoParameters::samplesFor(delayMs, sampleRate);
     return samples >= kLineLength ? kLineLength : static_cast<int>(samples);
 }
 
@@ -45,10 +41,9 @@ inline int advance(int position) {
     return next == kLineLength ? 0 : next;
 }
 
-}  // namespace
-
-struct DelayNode::Internals {
-    explicit Internals(unsigned int channelCount) : numberOfChannels(channelCount) {
+// The parameters, lines and per-block state of a delay node.
+struct DelayState : EchoParameters {
+    explicit DelayState(unsigned int channelCount) : numberOfChannels(channelCount) {
         for (unsigned int channel = 0; channel < numberOfChannels; ++channel) {
             delayLines.emplace_back(kLineLength);
         }
@@ -56,11 +51,6 @@ struct DelayNode::Internals {
     }
 
     unsigned int numberOfChannels;
-    std::atomic<bool> isEnabled{true};
-    std::atomic<float> dryMix{0.7f};
-    std::atomic<float> wetMix{0.3f};
-    std::atomic<unsigned int> delayMs{200};
-    std::atomic<float> feedbackLevel{0.2f};
     unsigned int lastDelayMs = 0;
     unsigned int lastSampleRate = 0;
     unsigned int lastNumberOfChannels = 0;
@@ -69,9 +59,7 @@ struct DelayNode::Internals {
     std::vector<LineCursor> cursors;
 };
 
-namespace {
-
-using Internals = DelayNode::Internals;
+using Internals = DelayState;
 
 // One sample of one channel: read the delayed sample, write input plus feedback, advance
 // both pointers. The three gains are read afresh for every sample.
@@ -138,6 +126,10 @@ void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned 
 }
 
 }  // namespace
+
+struct DelayNode::Internals : DelayState {
+    using DelayState::DelayState;
+};
 
 DelayNode::DelayNode(unsigned int numberOfChannels)
     : internals_(std::make_unique<Internals>(numberOfChannels)) {}

@@ -8,24 +8,21 @@
 #include <ostrana/sdk/XVAny.h>
 
 #include "descriptors/EffectNodeTypeInfo.h"
+#include "descriptors/EffectParameters.h"
+#include "nodes/DelayLineLength.h"
+#include "nodes/EchoParameters.h"
 
 namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-// Each ring holds one second at 48 kHz, whatever the sample rate.
-constexpr unsigned int kRingLength = 48000;
-
-static_assert(std::atomic<bool>::is_always_lock_free);
-static_assert(std::atomic<float>::is_always_lock_free);
-static_assert(std::atomic<unsigned int>::is_always_lock_free);
+constexpr unsigned int kRingLength = kDelayLineLength;
 
 // The ring length for a delay, trunc(delayMs * (sampleRate / 1000.0)), kept within
 // 1..kRingLength so that the index update never divides by zero and the indices stay inside
 // the rings.
 unsigned int ringLengthFor(unsigned int delayMs, unsigned int sampleRate) {
-    const double samples =
-        static_cast<double>(delayMs) * (static_cast<double>(sampleRate) / 1000.0);
+    const double samples = EchoParameters::samplesFor(delayMs, sampleRate);
     if (samples < 1.0) return 1;
     if (samples >= kRingLength) return kRingLength;
     return static_cast<unsigned int>(samples);
@@ -39,13 +36,12 @@ inline unsigned int advance(unsigned int index, unsigned int length) {
     return next == length ? 0 : next % length;
 }
 
-}  // namespace
-
-struct PingPongDelayNode::Internals {
-    Internals()
+// The parameters, rings and per-block state of a ping-pong delay node.
+struct PingPongState : EchoParameters {
+    PingPongState()
         : leftDelayLine(std::make_unique<float[]>(kRingLength)),
           rightDelayLine(std::make_unique<float[]>(kRingLength)) {}
-    ~Internals() {
+    ~PingPongState() {
         leftDelayLine.reset();
         rightDelayLine.reset();
     }
@@ -57,16 +53,9 @@ struct PingPongDelayNode::Internals {
     std::unique_ptr<float[]> rightDelayLine;
     unsigned int readIndex = 0;
     unsigned int writeIndex = 0;
-    std::atomic<bool> isEnabled{true};
-    std::atomic<unsigned int> delayMs{200};
-    std::atomic<float> dryMix{0.7f};
-    std::atomic<float> wetMix{0.3f};
-    std::atomic<float> feedbackLevel{0.2f};
 };
 
-namespace {
-
-using Internals = PingPongDelayNode::Internals;
+using Internals = PingPongState;
 
 // The three gains of one block.
 struct Gains {
@@ -205,10 +194,10 @@ void bindProperties(PingPongDelayNode& node) {
 
 XVAnyMap enabledSchema() {
     return XVAnyMap{
-        {PROPERTY_FIELD_DESCRIPTION, XVAny("Enable or disable the ping-pong delay effect.")},
+        {PROPERTY_FIELD_DESCRIPTION, XVAny(std::string(parameters::kPingPongEnabled.description))},
         {PROPERTY_FIELD_TYPE, XVAny(PROPERTY_TYPE_BOOLEAN)},
         {PROPERTY_FIELD_READ_ONLY, XVAny(false)},
-        {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(true)},
+        {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(parameters::kPingPongEnabled.defaultAs<bool>())},
     };
 }
 
@@ -227,6 +216,8 @@ XVAnyMap rangedSchema(const char* description, const std::string& type, T defaul
 }
 
 }  // namespace
+
+struct PingPongDelayNode::Internals : PingPongState {};
 
 PingPongDelayNode::PingPongDelayNode(const XVAnyMap& configuration)
     : internals_(std::make_unique<Internals>()) {
@@ -303,22 +294,25 @@ NodeTypeInfo PingPongDelayNode::getNodeTypeInfo() {
     NodeTypeInfo info =
         makeEffectNodeTypeInfo("PingPongDelay", "Ping Pong Delay",
                                "Applies a ping pong delay effect to the input audio signal.");
+    namespace defined = parameters;
+    const auto whole = [](const ParameterValue& value) {
+        return static_cast<int>(std::get<unsigned int>(value));
+    };
+    const auto real = [](const ParameterDefinition& definition) {
+        return XVAny(rangedSchema<float>(std::string(definition.description).c_str(),
+                                         PROPERTY_TYPE_FLOAT, definition.defaultAs<float>(),
+                                         std::get<float>(definition.minimum),
+                                         std::get<float>(definition.maximum)));
+    };
     info.properties = XVAnyMap{
         {"enabled", XVAny(enabledSchema())},
-        {"delayMs", XVAny(rangedSchema<int>("The delay time in milliseconds.", PROPERTY_TYPE_INT,
-                                            200, 1, 1000))},
-        {"dryMix",
-         XVAny(rangedSchema<float>(
-             "Level of the dry signal. 0 means no dry signal, 1 means maximum dry signal.",
-             PROPERTY_TYPE_FLOAT, 0.7f, 0.0f, 1.0f))},
-        {"wetMix",
-         XVAny(rangedSchema<float>(
-             "Level of the wet signal. 0 means no wet signal, 1 means maximum wet signal.",
-             PROPERTY_TYPE_FLOAT, 0.3f, 0.0f, 1.0f))},
-        {"feedbackLevel",
-         XVAny(rangedSchema<float>(
-             "The feedback level of the delay. 0 means no feedback, 1 means maximum feedback.",
-             PROPERTY_TYPE_FLOAT, 0.2f, 0.0f, 0.99f))},
+        {"delayMs", XVAny(rangedSchema<int>(
+                        std::string(defined::kDelayMs.description).c_str(), PROPERTY_TYPE_INT,
+                        whole(defined::kDelayMs.defaultValue), whole(defined::kDelayMs.minimum),
+                        whole(defined::kDelayMs.maximum)))},
+        {"dryMix", real(defined::kDryMix)},
+        {"wetMix", real(defined::kWetMix)},
+        {"feedbackLevel", real(defined::kFeedbackLevel)},
     };
     return info;
 }

@@ -17,21 +17,25 @@
 #include <ostrana/sdk/AudioBus.h>
 
 #include "audioeffects/nodes/ModulationTestSupport.h"
-#include "nodes/ModulatedDelayLine.h"
+#include "nodes/SweepRecipe.h"
+#include "nodes/SweptDelayRenderer.h"
+#include "nodes/SweptNodeRules.h"
 
 namespace {
 
 using ostrana::AudioBus;
 using ostrana::extensions::audioeffects::ChorusNode;
 using ostrana::extensions::audioeffects::FlangerNode;
-using ostrana::extensions::audioeffects::kChorusEffect;
-using ostrana::extensions::audioeffects::kFlangerEffect;
-using ostrana::extensions::audioeffects::kVibratoEffect;
-using ostrana::extensions::audioeffects::ModulatedDelayLine;
+using ostrana::extensions::audioeffects::kChorusRecipe;
+using ostrana::extensions::audioeffects::kFlangerRecipe;
+using ostrana::extensions::audioeffects::kVibratoRecipe;
+using ostrana::extensions::audioeffects::SweepRecipe;
+using ostrana::extensions::audioeffects::SweptDelayRenderer;
+using ostrana::extensions::audioeffects::SweptNodeRules;
 using ostrana::extensions::audioeffects::VibratoNode;
 using namespace ostrana::modulationtest;
 
-using Lanes = ModulatedDelayLine::Lanes;
+using Lanes = SweptDelayRenderer::Lanes;
 
 // The three effects as the plain rendering takes them, written out here.
 const ReferenceEffect kChorus{1002.0f, 0.025f, 0.2f, true, false, false, true, 0.8f, 0.0f};
@@ -42,14 +46,14 @@ constexpr unsigned int kRate = 48000;
 
 // The line work of one effect driven directly, in the lanes given, with its own lines and
 // oscillators and the block steps of the nodes around it.
-template <ModulatedDelayLine::Effect kEffect>
+template <SweepRecipe kEffect>
 class LineProcessor {
   public:
-    explicit LineProcessor(Lanes lanes) : lanes_(lanes), lines_(ModulatedDelayLine::makeLines(2)) {
+    explicit LineProcessor(Lanes lanes) : lanes_(lanes), lines_(SweptNodeRules::makeLines(2)) {
         const unsigned int oscillators = kEffect.oscillatorPerChannel ? 2 : 1;
         for (unsigned int i = 0; i < oscillators; ++i) {
-            oscillators_.push_back(ModulatedDelayLine::makeOscillator(
-                kEffect.defaultFrequency, ModulatedDelayLine::phaseOffsetOf(i)));
+            oscillators_.push_back(SweptNodeRules::makeOscillator(
+                kEffect.defaultFrequency, SweptNodeRules::phaseOffsetOf(i)));
         }
     }
 
@@ -64,11 +68,11 @@ class LineProcessor {
         outBus.copyFrom(inBus);
         if (!enabled_) return;
         const unsigned int channels = inBus.buffer.getNumberOfChannels();
-        ModulatedDelayLine::followFormat(inBus.buffer.getSampleRate(), channels, lastRate_,
-                                         lastChannels_, lines_);
+        SweptNodeRules::followFormat(inBus.buffer.getSampleRate(), channels, lastRate_,
+                                     lastChannels_, lines_);
         ASSERT_GT(inBus.buffer.getNumberOfFrames(), 0u);
         ASSERT_GT(channels, 0u);
-        ModulatedDelayLine::render<kEffect>(inBus.buffer, outBus.buffer, oscillators_.data(),
+        SweptDelayRenderer::render<kEffect>(inBus.buffer, outBus.buffer, oscillators_.data(),
                                             lines_.data(), sweepWidth_, kEffect.wetGain,
                                             kEffect.feedback, lanes_);
     }
@@ -87,10 +91,10 @@ class LineProcessor {
 // then, among them values that take the line work off its fast steps (no sweep, sweeps beyond
 // the line, negative sweeps, oscillators faster than a sample), through the line work in the
 // given lanes and through the plain rendering.
-template <ModulatedDelayLine::Effect kEffect>
+template <SweepRecipe kEffect>
 void expectLanesMatchPlainRendering(const ReferenceEffect& effect, Lanes lanes,
                                     unsigned int channels, std::uint32_t seed) {
-    if (lanes == Lanes::kEight && ModulatedDelayLine::widestLanes() != Lanes::kEight) {
+    if (lanes == Lanes::kEight && SweptDelayRenderer::widestLanes() != Lanes::kEight) {
         GTEST_SKIP() << "this processor has no AVX2";
     }
     const std::vector<BlockSetting> schedule =
@@ -109,17 +113,17 @@ class LaneWidth : public ::testing::TestWithParam<std::tuple<Lanes, unsigned int
 
 TEST_P(LaneWidth, ChorusMatchesThePlainRendering) {
     const auto [lanes, channels] = GetParam();
-    expectLanesMatchPlainRendering<kChorusEffect>(kChorus, lanes, channels, 11 + channels);
+    expectLanesMatchPlainRendering<kChorusRecipe>(kChorus, lanes, channels, 11 + channels);
 }
 
 TEST_P(LaneWidth, FlangerMatchesThePlainRendering) {
     const auto [lanes, channels] = GetParam();
-    expectLanesMatchPlainRendering<kFlangerEffect>(kFlanger, lanes, channels, 23 + channels);
+    expectLanesMatchPlainRendering<kFlangerRecipe>(kFlanger, lanes, channels, 23 + channels);
 }
 
 TEST_P(LaneWidth, VibratoMatchesThePlainRendering) {
     const auto [lanes, channels] = GetParam();
-    expectLanesMatchPlainRendering<kVibratoEffect>(kVibrato, lanes, channels, 37 + channels);
+    expectLanesMatchPlainRendering<kVibratoRecipe>(kVibrato, lanes, channels, 37 + channels);
 }
 
 std::string laneWidthName(const ::testing::TestParamInfo<std::tuple<Lanes, unsigned int>>& info) {

@@ -18,8 +18,6 @@ namespace ostrana::extensions::audioeffects {
 // time and the on/off switch are read once per block; the three gains once per sample.
 class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode {
   public:
-    struct Internals;
-
     // A node with one delay line per channel, for up to numberOfChannels channels.
     explicit DelayNode(unsigned int numberOfChannels);
     ~DelayNode() override;
@@ -47,6 +45,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode
     static NodeTypeInfo getNodeTypeInfo();
 
   private:
+    struct Internals;
     std::unique_ptr<Internals> internals_;
 };
 

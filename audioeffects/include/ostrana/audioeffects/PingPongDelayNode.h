@@ -20,8 +20,6 @@ namespace ostrana::extensions::audioeffects {
 // thread processes, and process reads them once per block.
 class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProcessorNode {
   public:
-    struct Internals;
-
     // The configuration is not read.
     explicit PingPongDelayNode(const XVAnyMap& configuration);
     ~PingPongDelayNode() override;
@@ -49,6 +47,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProce
     static NodeTypeInfo getNodeTypeInfo();
 
   private:
+    struct Internals;
     std::unique_ptr<Internals> internals_;
 };
 

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+
+#include <ostrana/audioeffects/Export.h>
+#include <ostrana/sdk/AudioBus.h>
+#include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+
+namespace ostrana::extensions::audioeffects {
+
+// A swept-delay effect: the input's delayed copy, its delay swung by a slow sine. The chorus,
+// flanger and vibrato are this node with their own recipe; each effect's parameter ranges and
+// defaults are in its catalogue entry (EffectCatalogue::find("chorus") ...). Setters may run on
+// any thread while the node processes (one atomic exchange each); they store any value as
+// given.
+class OSTRANA_AUDIOEFFECTS_EXPORT SweptEffectNode : public SingleBusAudioProcessorNode {
+  public:
+    ~SweptEffectNode() override;
+    SweptEffectNode(const SweptEffectNode&) = delete;
+    SweptEffectNode& operator=(const SweptEffectNode&) = delete;
+
+    // Switch: off passes the input through unchanged. Default on.
+    bool getIsEnabled() const;
+    void setIsEnabled(bool isEnabled);
+    // Depth of the swing, in seconds (chorus 0 to 0.05, flanger 0 to 0.01, vibrato 0 to 0.02
+    // as the catalogue gives them, with their defaults).
+    float getSweepWidth() const;
+    void setSweepWidth(float sweepWidth);
+    // Rate of the swing, in hertz: the first channel's oscillator (the effect's starting value
+    // when there are no channels); the setter sets every oscillator.
+    float getFrequency() const;
+    void setFrequency(float frequency);
+
+    // Accepts matching formats of 1 or 2 channels (and 0).
+    bool setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) override;
+    using SingleBusAudioProcessorNode::process;
+    bool process(AudioBus& inBus, AudioBus& outBus) override;
+
+    // What an effect builds for its recipe: the state and the per-block work.
+    class Processor;
+
+  protected:
+    explicit SweptEffectNode(std::unique_ptr<Processor> processor);
+
+  private:
+    std::unique_ptr<Processor> processor_;
+};
+
+}  // namespace ostrana::extensions::audioeffects

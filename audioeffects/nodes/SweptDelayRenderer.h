@@ -1,0 +1,199 @@
+#pragma once
+
+#include <atomic>
+
+#include <ostrana/audio/CircularBuffer.h>
+#include <ostrana/audio/LFO.h>
+#include <ostrana/sdk/AudioBuffer.h>
+
+#include "nodes/SweptDelayEightLanes.h"
+#include "nodes/SweptDelayFourLanes.h"
+#include "nodes/SweptDelayKernel.h"
+
+namespace ostrana::extensions::audioeffects {
+
+// Renders blocks of a swept-delay effect: the oscillator steps, then the line work, in the
+// widest lanes the processor has; everything per sample inline, instantiated for the recipe.
+class SweptDelayRenderer : SweptDelayKernel {
+  public:
+    // How many frames of a channel the line work takes in one step where it can: four (SSE2),
+    // or eight on processors with AVX2. Both give the same values, bit for bit.
+    enum class Lanes { kFour, kEight };
+
+    // The widest lanes this processor runs.
+    static Lanes widestLanes();
+
+    // Runs one block of input.getNumberOfChannels() channels (at least 1, at most the number of
+    // lines) and input.getNumberOfFrames() frames into output: frame by frame, and within a
+    // frame channel by channel. oscillators holds one oscillator per channel, or the shared
+    // one. sweepWidth is loaded afresh for each oscillator step.
+    template <SweepRecipe kRecipe>
+    static void render(const AudioBuffer<float>& input, AudioBuffer<float>& output,
+                       audio::LFO* oscillators, audio::CircularBuffer* lines,
+                       const std::atomic<float>& sweepWidth, float wetGain, float feedback,
+                       Lanes lanes = widestLanes()) {
+        const Block block{input, output, oscillators, lines, sweepWidth, wetGain, feedback};
+        switch (input.getNumberOfChannels()) {
+            case 1:
+                if (sharesWritePointer(block, 1)) return renderHoisted<kRecipe, 1>(block, lanes);
+                break;
+            case 2:
+                if (sharesWritePointer(block, 2)) return renderHoisted<kRecipe, 2>(block, lanes);
+                break;
+            default:
+                break;
+        }
+        renderAnyChannels<kRecipe>(block);
+    }
+
+  private:
+    // Four frames of a channel from frame on, at w: in one step where it can, else one by one.
+    template <SweepRecipe kRecipe>
+    [[gnu::always_inline]] static void runFourOrSingle(const Channel& channel, unsigned int frame,
+                                                       int w, const float* swings, float wetGain,
+                                                       float feedback) {
+        if (SweptDelayFourLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback)) return;
+        for (unsigned int k = 0; k < 4; ++k) {
+            runFrame<kRecipe>(channel, frame + k, stepped(w, k), swings[k], wetGain, feedback);
+        }
+    }
+
+    // Eight frames of a channel from frame on, at w: in one step where it can, else as two runs
+    // of four.
+    template <SweepRecipe kRecipe>
+    [[gnu::always_inline]] static void runEightOrFour(const Channel& channel, unsigned int frame,
+                                                      int w, const float* swings, float wetGain,
+                                                      float feedback) {
+#if defined(__x86_64__)
+        if (SweptDelayEightLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback))
+            return;
+#endif
+        runFourOrSingle<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        runFourOrSingle<kRecipe>(channel, frame + 4, stepped(w, 4), swings + 4, wetGain, feedback);
+    }
+
+    // renderLines in the widest of the lanes asked for that this build has.
+    template <SweepRecipe kRecipe, unsigned int kChannels>
+    static void renderHoisted(const Block& block, Lanes lanes) {
+#if defined(__x86_64__)
+        if (lanes == Lanes::kEight) return renderEightLanes<kRecipe, kChannels>(block);
+#else
+        (void)lanes;
+#endif
+        renderLines<kRecipe, kChannels, Lanes::kFour>(block);
+    }
+
+#if defined(__x86_64__)
+    // renderLines compiled for AVX2, everything it calls compiled into it. Only for processors
+    // that have AVX2 (widestLanes).
+    template <SweepRecipe kRecipe, unsigned int kChannels>
+    [[gnu::target("avx2"), gnu::flatten]] static void renderEightLanes(const Block& block) {
+        renderLines<kRecipe, kChannels, Lanes::kEight>(block);
+    }
+#endif
+
+    // kChannels channels of kLineLength-sample lines sharing one write pointer, held in locals
+    // for the whole block. The block is run in chunks of kChunk frames: first the chunk's
+    // oscillator steps, then the chunk's line work, which calls nothing and so overlaps from
+    // sample to sample, kLanes frames of a channel at a time where it can. The oscillator steps
+    // are each oscillator's block of steps (processBlock, which loads its parameters at every
+    // step as process does), then the swings, frame by frame and channel by channel, each with
+    // its own load of sweepWidth. Oscillators and lines never touch each other, each oscillator
+    // only its own state, and each channel's line work touches only its own line and samples,
+    // so none of these splits changes a value.
+    template <SweepRecipe kRecipe, unsigned int kChannels, Lanes kLanes>
+    static void renderLines(const Block& block) {
+        constexpr unsigned int kChunk = 64;
+        constexpr unsigned int kOscillators = kRecipe.oscillatorPerChannel ? kChannels : 1;
+        const unsigned int frames = block.input.getNumberOfFrames();
+        const unsigned int rate = block.input.getSampleRate();
+        const int oscillatorRate = static_cast<int>(rate);
+        const float rateF = static_cast<float>(rate);
+        Channel channels[kChannels];
+        for (unsigned int c = 0; c < kChannels; ++c) {
+            audio::CircularBuffer& line = block.lines[c];
+            channels[c] = Channel{&line, line.getData(), block.input.getChannel(c),
+                                  block.output.getChannel(c)};
+        }
+        const float wetGain = block.wetGain;
+        const float feedback = block.feedback;
+        float swings[kOscillators][kChunk];
+        int w = block.lines[0].getWritePointer();
+        for (unsigned int start = 0; start < frames; start += kChunk) {
+            const unsigned int count = frames - start < kChunk ? frames - start : kChunk;
+            for (unsigned int o = 0; o < kOscillators; ++o) {
+                block.oscillators[o].processBlock(oscillatorRate, swings[o], count);
+            }
+            for (unsigned int i = 0; i < count; ++i) {
+#pragma GCC unroll 2
+                for (unsigned int o = 0; o < kOscillators; ++o) {
+                    swings[o][i] = swingOf(block, swings[o][i], rateF);
+                }
+            }
+            unsigned int i = 0;
+            if constexpr (kLanes == Lanes::kEight) {
+                for (; i + 8 <= count; i += 8) {
+#pragma GCC unroll 2
+                    for (unsigned int c = 0; c < kChannels; ++c) {
+                        runEightOrFour<kRecipe>(channels[c], start + i, w,
+                                                swings[kRecipe.oscillatorPerChannel ? c : 0] + i,
+                                                wetGain, feedback);
+                    }
+                    w = stepped(w, 8);
+                }
+            }
+            for (; i + 4 <= count; i += 4) {
+#pragma GCC unroll 2
+                for (unsigned int c = 0; c < kChannels; ++c) {
+                    runFourOrSingle<kRecipe>(channels[c], start + i, w,
+                                             swings[kRecipe.oscillatorPerChannel ? c : 0] + i,
+                                             wetGain, feedback);
+                }
+                w = stepped(w, 4);
+            }
+            for (; i < count; ++i) {
+#pragma GCC unroll 2
+                for (unsigned int c = 0; c < kChannels; ++c) {
+                    const float swing = swings[kRecipe.oscillatorPerChannel ? c : 0][i];
+                    runFrame<kRecipe>(channels[c], start + i, w, swing, wetGain, feedback);
+                }
+                w = stepped(w, 1);
+            }
+        }
+        for (unsigned int c = 0; c < kChannels; ++c) block.lines[c].setWritePointer(w);
+    }
+
+    // Any channel count and any lines: the same steps, each line's own pointer taken and
+    // stepped per sample.
+    template <SweepRecipe kRecipe>
+    static void renderAnyChannels(const Block& block) {
+        const unsigned int channelCount = block.input.getNumberOfChannels();
+        const unsigned int frames = block.input.getNumberOfFrames();
+        const unsigned int rate = block.input.getSampleRate();
+        const int oscillatorRate = static_cast<int>(rate);
+        const float rateF = static_cast<float>(rate);
+        for (unsigned int f = 0; f < frames; ++f) {
+            float swing = 0.0f;
+            if constexpr (!kRecipe.oscillatorPerChannel) {
+                swing = swingOf(block, block.oscillators[0], oscillatorRate, rateF);
+            }
+            for (unsigned int c = 0; c < channelCount; ++c) {
+                if constexpr (kRecipe.oscillatorPerChannel) {
+                    swing = swingOf(block, block.oscillators[c], oscillatorRate, rateF);
+                }
+                audio::CircularBuffer& line = block.lines[c];
+                const int size = line.getSize();
+                const float sizeF = static_cast<float>(size);
+                const int w = line.getWritePointer();
+                const float position = positionOf<kRecipe>(static_cast<float>(w), swing, sizeF);
+                const Channel channel{&line, line.getData(), block.input.getChannel(c),
+                                      block.output.getChannel(c)};
+                runChannel<kRecipe>(channel, f, w, Tap::at(position, size, sizeF), position,
+                                    block.wetGain, block.feedback);
+                line.stepWritePointer(1);
+            }
+        }
+    }
+};
+
+}  // namespace ostrana::extensions::audioeffects

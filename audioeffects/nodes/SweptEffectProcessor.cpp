@@ -1,0 +1,40 @@
+#include "nodes/SweptEffectProcessor.h"
+
+#include <ostrana/sdk/SingleBusAudioProcessorNode.h>
+
+namespace ostrana::extensions::audioeffects {
+
+SweptEffectNode::Processor::Processor(unsigned int channels, const SweepRecipe& recipe)
+    : numberOfChannels_(channels),
+      defaultFrequency_(recipe.defaultFrequency),
+      lines_(SweptNodeRules::makeLines(channels)),
+      sweepWidth_(recipe.defaultSweepWidth) {
+    if (recipe.oscillatorPerChannel) {
+        oscillators_.reserve(channels);
+        for (unsigned int i = 0; i < channels; ++i) {
+            oscillators_.push_back(SweptNodeRules::makeOscillator(
+                recipe.defaultFrequency, SweptNodeRules::phaseOffsetOf(i)));
+        }
+    } else {
+        oscillators_.push_back(SweptNodeRules::makeOscillator(recipe.defaultFrequency, 0.0f));
+    }
+}
+
+float SweptEffectNode::Processor::getFrequency() const {
+    return oscillators_.empty() ? defaultFrequency_ : oscillators_.front().getFrequency();
+}
+
+void SweptEffectNode::Processor::setFrequency(float frequency) {
+    for (audio::LFO& oscillator : oscillators_) oscillator.setFrequency(frequency);
+}
+
+bool SweptEffectNode::Processor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
+    outBus.copyFrom(inBus);
+    if (!SingleBusAudioProcessorNode::busesFit(inBus, outBus, numberOfChannels_)) return false;
+    if (!isEnabled_.load(std::memory_order_relaxed)) return false;
+    SweptNodeRules::followFormat(inBus.buffer.getSampleRate(), inBus.buffer.getNumberOfChannels(),
+                                 lastSampleRate_, lastNumberOfChannels_, lines_);
+    return true;
+}
+
+}  // namespace ostrana::extensions::audioeffects

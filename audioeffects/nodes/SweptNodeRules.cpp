@@ -1,0 +1,42 @@
+#include "nodes/SweptNodeRules.h"
+
+#include "nodes/DelayLineLength.h"
+
+namespace ostrana::extensions::audioeffects {
+
+std::vector<audio::CircularBuffer> SweptNodeRules::makeLines(unsigned int numberOfChannels) {
+    std::vector<audio::CircularBuffer> lines;
+    lines.reserve(numberOfChannels);
+    for (unsigned int i = 0; i < numberOfChannels; ++i) lines.emplace_back(kDelayLineLength);
+    return lines;
+}
+
+audio::LFO SweptNodeRules::makeOscillator(float frequency, float phaseOffset) {
+    audio::LFO oscillator;
+    oscillator.setFrequency(frequency);
+    oscillator.setAmplitude(kAmplitude);
+    oscillator.setOffset(kOffset);
+    oscillator.setPhaseOffset(phaseOffset);
+    return oscillator;
+}
+
+float SweptNodeRules::phaseOffsetOf(unsigned int channel) {
+    return static_cast<float>(static_cast<double>(channel) * 1.5707963267948966);
+}
+
+bool SweptNodeRules::acceptsBusFormat(AudioBusFormat& inputBusFormat,
+                                      AudioBusFormat& outputBusFormat) {
+    if (!AudioBusFormat::matchBusFormats(inputBusFormat, outputBusFormat)) return false;
+    return inputBusFormat.numberOfChannels < 3;
+}
+
+void SweptNodeRules::followFormat(unsigned int sampleRate, unsigned int numberOfChannels,
+                                  unsigned int& lastSampleRate, unsigned int& lastNumberOfChannels,
+                                  std::vector<audio::CircularBuffer>& lines) {
+    if (sampleRate == lastSampleRate && numberOfChannels == lastNumberOfChannels) return;
+    for (audio::CircularBuffer& line : lines) line.reset();
+    lastSampleRate = sampleRate;
+    lastNumberOfChannels = numberOfChannels;
+}
+
+}  // namespace ostrana::extensions::audioeffects
