@@ -10,13 +10,17 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
+#include <ostrana/audio/SineChoice.h>
 #include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 #include <ostrana/sdk/XVAnyMap.h>
+
+#include "audio/VectorSine.h"
 
 namespace {
 
@@ -58,7 +62,9 @@ AudioBus noiseBus(unsigned int frames) {
 
 // Processes one block of state.range(0) frames per iteration. The first block, which clears
 // and places the delay lines, runs before timing starts.
-void processBlocks(benchmark::State& state, const NodeTypeEntry* entry) {
+// The same with the oscillators on sinf (the run-time switch), for before and after in one run.
+void processBlocks(benchmark::State& state, const NodeTypeEntry* entry, bool vectorSine) {
+    ostrana::audio::SineChoice::useVectorSine(vectorSine);
     const auto frames = static_cast<unsigned int>(state.range(0));
     const std::unique_ptr<SingleBusAudioProcessorNode> node = makeNode(*entry);
     if (node == nullptr) {
@@ -80,6 +86,7 @@ void processBlocks(benchmark::State& state, const NodeTypeEntry* entry) {
         benchmark::ClobberMemory();
     }
     reportPerSample(state, static_cast<std::int64_t>(frames) * kChannels);
+    ostrana::audio::SineChoice::useVectorSine(true);
 }
 
 // The floor under the chorus and flanger: per iteration the same number of sinf calls as they
@@ -101,14 +108,44 @@ void bareSinfFloor(benchmark::State& state) {
     reportPerSample(state, static_cast<std::int64_t>(calls));
 }
 
+// The vector sine on the same arguments as the bare sinf loop: each block's arguments formed
+// the same way, then their sines in one call.
+void vectorSine(benchmark::State& state) {
+    const auto frames = static_cast<unsigned int>(state.range(0));
+    const unsigned int calls = frames * kChannels;
+    constexpr float kTwoPi = 6.2831855f;
+    constexpr float kEnd = 7.8539815f;
+    std::vector<float> arguments(calls);
+    std::vector<float> values(calls);
+    float argument = 0.0f;
+    for (auto _ : state) {
+        for (unsigned int i = 0; i < calls; ++i) {
+            arguments[i] = argument;
+            argument += 0.0137f;
+            if (argument >= kEnd) argument -= kTwoPi;
+        }
+        ostrana::audio::VectorSine::evaluate(arguments.data(), values.data(), calls);
+        benchmark::DoNotOptimize(values.data());
+        benchmark::ClobberMemory();
+    }
+    reportPerSample(state, static_cast<std::int64_t>(calls));
+}
+
 void registerNodeBenchmarks() {
     for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
-        benchmark::RegisterBenchmark(std::string(entry.shortName).c_str(), processBlocks, &entry)
+        benchmark::RegisterBenchmark(std::string(entry.shortName).c_str(), processBlocks, &entry,
+                                     true)
+            ->Arg(32)
+            ->Arg(256)
+            ->Arg(4096);
+        benchmark::RegisterBenchmark((std::string(entry.shortName) + "-sinf").c_str(),
+                                     processBlocks, &entry, false)
             ->Arg(32)
             ->Arg(256)
             ->Arg(4096);
     }
     benchmark::RegisterBenchmark("BareSinfFloor", bareSinfFloor)->Arg(32)->Arg(256)->Arg(4096);
+    benchmark::RegisterBenchmark("VectorSine", vectorSine)->Arg(32)->Arg(256)->Arg(4096);
 }
 
 }  // namespace

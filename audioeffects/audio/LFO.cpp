@@ -1,4 +1,7 @@
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/SineChoice.h>
+
+#include "audio/VectorSine.h"
 
 namespace ostrana::audio {
 
@@ -15,6 +18,14 @@ LFO& LFO::operator=(const LFO& other) {
     cachedSampleRate_ = other.cachedSampleRate_;
     sampleDuration_ = other.sampleDuration_;
     return *this;
+}
+
+void LFO::sines(const float* arguments, float* values, unsigned int count) {
+    if (SineChoice::usesVectorSine()) {
+        VectorSine::evaluate(arguments, values, count);
+    } else {
+        VectorSine::evaluateWithSinf(arguments, values, count);
+    }
 }
 
 }  // namespace ostrana::audio
