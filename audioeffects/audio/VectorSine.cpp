@@ -242,10 +242,19 @@ void VectorSine::evaluateWithSinf(const float* x, float* out, unsigned int count
 namespace {
 
 // The flagged lanes from sinf itself, in a second pass. NaN marks them; a NaN input is
-// flagged too and gets sinf's NaN.
+// flagged too and gets sinf's NaN. Their indices are collected without a branch per lane
+// (which lanes are flagged follows no pattern a predictor could learn), then each gets sinf.
 void settleFlagged(const float* x, float* out, unsigned int count) {
-    for (unsigned int i = 0; i < count; ++i) {
-        if (out[i] != out[i]) out[i] = sinf(x[i]);
+    constexpr unsigned int kStretch = 256;
+    unsigned int flagged[kStretch];
+    for (unsigned int start = 0; start < count; start += kStretch) {
+        const unsigned int end = count - start < kStretch ? count : start + kStretch;
+        unsigned int found = 0;
+        for (unsigned int i = start; i < end; ++i) {
+            flagged[found] = i;
+            found += out[i] != out[i] ? 1u : 0u;
+        }
+        for (unsigned int k = 0; k < found; ++k) out[flagged[k]] = sinf(x[flagged[k]]);
     }
 }
 
