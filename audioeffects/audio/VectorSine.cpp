@@ -218,21 +218,104 @@ float scalarLane(float x) {
     }
 }
 
+// GCC 12's AVX-512 intrinsics initialise their placeholder operands from themselves, which
+// -Wuninitialized reports wherever they are inlined (fixed in later GCC); nothing here reads
+// an uninitialised value.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+// Thirty-two lanes with AVX-512F: four chains of eight doubles, the same operations as
+// scalarLane in the same order, so every lane gives what the AVX2 and scalar forms give, in
+// half the instructions of thirtyTwoLanes.
+[[gnu::target("avx512f")]] void thirtyTwoWideLanes(const float* x, float* out) {
+    constexpr int kChains = 4;
+    __m512d r[kChains];
+    __m512d t[kChains];
+    __m512d q[kChains];
+    __m512i odd[kChains];
+#pragma GCC unroll 4
+    for (int j = 0; j < kChains; ++j) {
+        const __m512d d = _mm512_cvtps_pd(_mm256_loadu_ps(x + 8 * j));
+        const __m512d n = _mm512_roundscale_pd(_mm512_mul_pd(d, _mm512_set1_pd(kInversePi)),
+                                               _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        r[j] = _mm512_sub_pd(_mm512_sub_pd(d, _mm512_mul_pd(n, _mm512_set1_pd(kPiHigh))),
+                             _mm512_mul_pd(n, _mm512_set1_pd(kPiLow)));
+        t[j] = _mm512_mul_pd(r[j], r[j]);
+        q[j] = _mm512_add_pd(_mm512_mul_pd(_mm512_set1_pd(kQ5), t[j]), _mm512_set1_pd(kQ4));
+        // An odd n flips the sign: its lowest bit, moved to the sign bit.
+        const __m256i ni = _mm512_cvtpd_epi32(n);
+        odd[j] = _mm512_slli_epi64(
+            _mm512_cvtepi32_epi64(_mm256_and_si256(ni, _mm256_set1_epi32(1))), 63);
+    }
+    for (const double c : {kQ3, kQ2, kQ1, kQ0}) {
+#pragma GCC unroll 4
+        for (int j = 0; j < kChains; ++j) {
+            q[j] = _mm512_add_pd(_mm512_mul_pd(q[j], t[j]), _mm512_set1_pd(c));
+        }
+    }
+    __m256 f[kChains];
+    unsigned int near[kChains];
+#pragma GCC unroll 4
+    for (int j = 0; j < kChains; ++j) {
+        const __m512d unsignedY =
+            _mm512_mul_pd(r[j], _mm512_add_pd(_mm512_set1_pd(1.0), _mm512_mul_pd(t[j], q[j])));
+        const __m512d y =
+            _mm512_castsi512_pd(_mm512_xor_si512(_mm512_castpd_si512(unsignedY), odd[j]));
+        f[j] = _mm512_cvtpd_ps(y);
+        // nearMidpoint's test: the gap |y - f| against (0.5 - kBand) times the spacing of
+        // floats at f, formed from f's exponent field.
+        const __m256i bits = _mm256_castps_si256(f[j]);
+        const __m256 spacing = _mm256_castsi256_ps(_mm256_sub_epi32(
+            _mm256_and_si256(bits, _mm256_set1_epi32(0x7f800000)), _mm256_set1_epi32(23 << 23)));
+        const __m512d gap = _mm512_abs_pd(_mm512_sub_pd(y, _mm512_cvtps_pd(f[j])));
+        const __m512d limit = _mm512_mul_pd(_mm512_cvtps_pd(spacing), _mm512_set1_pd(0.5 - kBand));
+        near[j] = _mm512_cmp_pd_mask(gap, limit, _CMP_GT_OQ);
+    }
+#pragma GCC unroll 2
+    for (int k = 0; k < 2; ++k) {
+        const __m512 value = _mm512_castpd_ps(_mm512_insertf64x4(
+            _mm512_castpd256_pd512(_mm256_castps_pd(f[2 * k])), _mm256_castps_pd(f[2 * k + 1]), 1));
+        const __mmask16 nearAll = static_cast<__mmask16>(near[2 * k] | (near[2 * k + 1] << 8));
+        // A power of two (zero mantissa) is flagged, as in eightLanes; so are lanes outside
+        // kSmallest <= |x| < kLargest, NaN included.
+        const __mmask16 powerOfTwo =
+            _mm512_testn_epi32_mask(_mm512_castps_si512(value), _mm512_set1_epi32(0x007fffff));
+        const __m512 xAbs = _mm512_abs_ps(_mm512_loadu_ps(x + 16 * k));
+        const __mmask16 inRange = _mm512_cmp_ps_mask(xAbs, _mm512_set1_ps(kSmallest), _CMP_GE_OQ) &
+                                  _mm512_cmp_ps_mask(xAbs, _mm512_set1_ps(kLargest), _CMP_LT_OQ);
+        const __mmask16 flagged = static_cast<__mmask16>(nearAll | powerOfTwo | ~inRange);
+        _mm512_storeu_ps(out + 16 * k, _mm512_mask_blend_ps(flagged, value, _mm512_set1_ps(NAN)));
+    }
+}
+#pragma GCC diagnostic pop
+
+bool detectSixteenLanes() {
+    return __builtin_cpu_supports("avx512f");
+}
+
 bool detectEightLanes() {
     return __builtin_cpu_supports("avx2");
 }
 #else
+bool detectSixteenLanes() {
+    return false;
+}
+
 bool detectEightLanes() {
     return false;
 }
 #endif
 
 const bool kEightLanes = detectEightLanes();
+const bool kSixteenLanes = detectSixteenLanes();
 
 }  // namespace
 
 bool VectorSine::hasEightLanes() {
     return kEightLanes;
+}
+
+bool VectorSine::hasSixteenLanes() {
+    return kSixteenLanes;
 }
 
 void VectorSine::evaluateWithSinf(const float* x, float* out, unsigned int count) {
@@ -260,16 +343,35 @@ void settleFlagged(const float* x, float* out, unsigned int count) {
 
 }  // namespace
 
-void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
+namespace {
+
+// The lanes of the widest form allowed and the processor has, then one at a time, then sinf
+// for the flagged ones.
+void evaluateInLanes(const float* x, float* out, unsigned int count, bool wide) {
     unsigned int i = 0;
 #if defined(__x86_64__)
+    if (wide && kSixteenLanes) {
+        for (; i + 32 <= count; i += 32) thirtyTwoWideLanes(x + i, out + i);
+    }
     if (kEightLanes) {
         for (; i + 32 <= count; i += 32) thirtyTwoLanes(x + i, out + i);
         for (; i + 8 <= count; i += 8) eightLanes(x + i, out + i);
     }
+#else
+    (void)wide;
 #endif
     for (; i < count; ++i) out[i] = scalarLane(x[i]);
     settleFlagged(x, out, count);
+}
+
+}  // namespace
+
+void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
+    evaluateInLanes(x, out, count, true);
+}
+
+void VectorSine::evaluateWithoutWideLanes(const float* x, float* out, unsigned int count) {
+    evaluateInLanes(x, out, count, false);
 }
 
 void VectorSine::evaluateOneByOne(const float* x, float* out, unsigned int count) {

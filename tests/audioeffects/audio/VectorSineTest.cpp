@@ -27,8 +27,8 @@ std::uint32_t bitsOf(float value) {
     return bits;
 }
 
-// Differences between the vector sine (in its lanes and one by one) and sinf over the bit
-// patterns [first, last), with the first one found.
+// Differences between the vector sine (in its widest lanes, in AVX2 lanes and one by one) and sinf
+// over the bit patterns [first, last), with the first one found.
 struct Differences {
     std::uint64_t count = 0;
     std::uint32_t firstBits = 0;
@@ -38,6 +38,7 @@ Differences compareRange(std::uint32_t first, std::uint32_t last) {
     constexpr unsigned int kChunk = 4096;
     std::vector<float> x(kChunk);
     std::vector<float> ours(kChunk);
+    std::vector<float> narrow(kChunk);
     std::vector<float> oneByOne(kChunk);
     std::vector<float> reference(kChunk);
     Differences found;
@@ -47,10 +48,12 @@ Differences compareRange(std::uint32_t first, std::uint32_t last) {
         for (unsigned int i = 0; i < count; ++i)
             x[i] = fromBits(static_cast<std::uint32_t>(start + i));
         VectorSine::evaluate(x.data(), ours.data(), count);
+        VectorSine::evaluateWithoutWideLanes(x.data(), narrow.data(), count);
         VectorSine::evaluateOneByOne(x.data(), oneByOne.data(), count);
         VectorSine::evaluateWithSinf(x.data(), reference.data(), count);
         for (unsigned int i = 0; i < count; ++i) {
             if (bitsOf(ours[i]) == bitsOf(reference[i]) &&
+                bitsOf(narrow[i]) == bitsOf(reference[i]) &&
                 bitsOf(oneByOne[i]) == bitsOf(reference[i])) {
                 continue;
             }
@@ -98,7 +101,8 @@ TEST(VectorSine, EqualsSinfOnEveryFloatBelowEight) {
     }
     EXPECT_EQ(total, 0u);
     std::cout << "compared " << 2 * std::uint64_t{eight} << " floats, eight lanes "
-              << (VectorSine::hasEightLanes() ? "on" : "off") << "\n";
+              << (VectorSine::hasEightLanes() ? "on" : "off") << ", sixteen lanes "
+              << (VectorSine::hasSixteenLanes() ? "on" : "off") << "\n";
 }
 #endif
 
@@ -117,20 +121,22 @@ TEST(VectorSine, EqualsSinfOnSpecialValues) {
                                   -8.0f,
                                   1e6f,
                                   std::numeric_limits<float>::max()};
-    // Padded to two full lanes of eight, so that the lane form sees them too.
+    // Padded to thirty-two, so that every lane form sees them.
     std::vector<float> padded = x;
-    padded.resize(16, 1.0f);
-    std::vector<float> ours(padded.size());
-    VectorSine::evaluate(padded.data(), ours.data(), static_cast<unsigned int>(padded.size()));
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        const float reference = sinf(x[i]);
-        if (std::isnan(reference)) {
-            EXPECT_TRUE(std::isnan(ours[i])) << x[i];
-        } else {
-            EXPECT_EQ(bitsOf(ours[i]), bitsOf(reference)) << x[i];
+    padded.resize(32, 1.0f);
+    for (const auto form : {&VectorSine::evaluate, &VectorSine::evaluateWithoutWideLanes}) {
+        std::vector<float> ours(padded.size());
+        form(padded.data(), ours.data(), static_cast<unsigned int>(padded.size()));
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const float reference = sinf(x[i]);
+            if (std::isnan(reference)) {
+                EXPECT_TRUE(std::isnan(ours[i])) << x[i];
+            } else {
+                EXPECT_EQ(bitsOf(ours[i]), bitsOf(reference)) << x[i];
+            }
         }
+        EXPECT_TRUE(std::signbit(ours[5])) << "sin(-0) is -0";
     }
-    EXPECT_TRUE(std::signbit(ours[5])) << "sin(-0) is -0";
 }
 
 }  // namespace
