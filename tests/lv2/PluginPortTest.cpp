@@ -45,9 +45,8 @@ TEST(PluginList, HoldsAStereoPluginPerNodeTypeAndAMonoOnePerOneChannelType) {
     for (const ExpectedPlugin& plugin : expectedPlugins()) wanted.push_back(plugin.uri);
     std::sort(found.begin(), found.end());
     std::sort(wanted.begin(), wanted.end());
+    EXPECT_FALSE(wanted.empty());
     EXPECT_EQ(found, wanted);
-    // The catalogue's five node types, four of which take one channel.
-    EXPECT_EQ(wanted.size(), 9u);
 }
 
 class PluginData : public ::testing::TestWithParam<ExpectedPlugin> {
@@ -75,14 +74,16 @@ std::string pluginName(const ::testing::TestParamInfo<ExpectedPlugin>& info) {
 }
 
 TEST_P(PluginData, HasTheClassOfItsEffectAndNeedsNoFeature) {
+    // An effect not named here is a plain lv2:Plugin until it is given a class of its own.
     const std::map<std::string, std::string> classes = {
         {"delay", "DelayPlugin"},       {"ping-pong-delay", "DelayPlugin"},
         {"chorus", "ChorusPlugin"},     {"flanger", "FlangerPlugin"},
         {"vibrato", "ModulatorPlugin"},
     };
+    const auto named = classes.find(std::string(GetParam().entry->shortName));
+    const std::string expectedClass = named == classes.end() ? "Plugin" : named->second;
     const LilvNode* pluginClass = lilv_plugin_class_get_uri(lilv_plugin_get_class(plugin_));
-    EXPECT_EQ(lilv_node_as_uri(pluginClass),
-              lv2(classes.at(std::string(GetParam().entry->shortName)).c_str()));
+    EXPECT_EQ(lilv_node_as_uri(pluginClass), lv2(expectedClass.c_str()));
     LilvNodes* required = lilv_plugin_get_required_features(plugin_);
     EXPECT_EQ(lilv_nodes_size(required), 0u);
     lilv_nodes_free(required);

@@ -16,6 +16,7 @@
 using namespace ostrana;
 using namespace ostrana::extensions::audioeffects;
 using ostrana::testing::expectedEffectNodeTypes;
+using ostrana::testing::expectedEffectTypeNames;
 using ostrana::testing::nodeTypeDifferences;
 
 namespace {
@@ -63,7 +64,7 @@ TEST(AudioEffectsExtension, InitializeAndDeinitializeSucceedAndChangeNothing) {
     EXPECT_EQ(extension.getName(), "AudioEffects");
     EXPECT_EQ(extension.getDescription(), kDescription);
     EXPECT_TRUE(extension.getProperties().empty());
-    EXPECT_EQ(extension.getNodeFactory()->getNodeTypes().size(), 5u);
+    EXPECT_EQ(extension.getNodeFactory()->getNodeTypes().size(), expectedEffectNodeTypes().size());
 }
 
 TEST(AudioEffectsExtension, EveryFactoryRequestGivesANewCompleteFactory) {
@@ -79,9 +80,7 @@ TEST(AudioEffectsExtension, EveryFactoryRequestGivesANewCompleteFactory) {
     EXPECT_NE(std::dynamic_pointer_cast<AudioEffectsNodeFactory>(first), nullptr);
     EXPECT_NE(std::dynamic_pointer_cast<AudioEffectsNodeFactory>(second), nullptr);
 
-    const std::vector<std::string> expectedNames = {
-        "AudioEffects.Delay", "AudioEffects.PingPongDelay", "AudioEffects.Vibrato",
-        "AudioEffects.Flanger", "AudioEffects.Chorus"};
+    const std::vector<std::string> expectedNames = expectedEffectTypeNames();
     EXPECT_EQ(typeNames(*first), expectedNames);
     EXPECT_EQ(typeNames(*second), expectedNames);
     const std::vector<NodeTypeInfo> expected = expectedEffectNodeTypes();

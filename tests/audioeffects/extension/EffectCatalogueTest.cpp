@@ -14,8 +14,12 @@
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
+#include "audioeffects/extension/ExpectedNodeTypes.h"
+
 using namespace ostrana;
 using namespace ostrana::extensions::audioeffects;
+using ostrana::testing::expectedEffectShortNames;
+using ostrana::testing::expectedEffectTypeNames;
 
 namespace {
 
@@ -43,11 +47,8 @@ TEST(EffectCatalogue, ListsTheNodeTypesInTheFactorysOrderWithShortNames) {
         names.push_back(entry.typeName());
         shortNames.emplace_back(entry.shortName);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"AudioEffects.Delay", "AudioEffects.PingPongDelay",
-                                               "AudioEffects.Vibrato", "AudioEffects.Flanger",
-                                               "AudioEffects.Chorus"}));
-    EXPECT_EQ(shortNames, (std::vector<std::string>{"delay", "ping-pong-delay", "vibrato",
-                                                    "flanger", "chorus"}));
+    EXPECT_EQ(names, expectedEffectTypeNames());
+    EXPECT_EQ(shortNames, expectedEffectShortNames());
 
     AudioEffectsNodeFactory factory;
     const std::vector<NodeTypeInfo> registered = factory.getNodeTypes();

@@ -1,6 +1,7 @@
 #include "audioeffects/extension/ExpectedNodeTypes.h"
 
 #include <sstream>
+#include <string_view>
 
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
@@ -8,6 +9,23 @@
 namespace ostrana::testing {
 
 namespace {
+
+// The effects in registration order: the one list of them that the tests write out.
+struct ExpectedEffect {
+    const char* shortName;
+    const char* subtype;
+    const char* displayName;
+    const char* description;
+};
+
+constexpr ExpectedEffect kEffects[] = {
+    {"delay", "Delay", "Delay", "Applies a delay effect to the input audio signal."},
+    {"ping-pong-delay", "PingPongDelay", "Ping Pong Delay",
+     "Applies a ping pong delay effect to the input audio signal."},
+    {"vibrato", "Vibrato", "Vibrato", "Applies a vibrato effect to the input audio signal."},
+    {"flanger", "Flanger", "Flanger", "Applies a flanger effect to the input audio signal."},
+    {"chorus", "Chorus", "Chorus", "Applies a chorus effect to the input audio signal."},
+};
 
 NodeTypeInfo effect(const char* subtype, const char* displayName, const char* description) {
     NodeTypeInfo info;
@@ -116,13 +134,28 @@ void compareField(std::ostringstream& out, const char* field, const T& actual, c
 }  // namespace
 
 std::vector<NodeTypeInfo> expectedEffectNodeTypes() {
-    NodeTypeInfo pingPong = effect("PingPongDelay", "Ping Pong Delay",
-                                   "Applies a ping pong delay effect to the input audio signal.");
-    pingPong.properties = pingPongProperties();
-    return {effect("Delay", "Delay", "Applies a delay effect to the input audio signal."), pingPong,
-            effect("Vibrato", "Vibrato", "Applies a vibrato effect to the input audio signal."),
-            effect("Flanger", "Flanger", "Applies a flanger effect to the input audio signal."),
-            effect("Chorus", "Chorus", "Applies a chorus effect to the input audio signal.")};
+    std::vector<NodeTypeInfo> types;
+    for (const ExpectedEffect& expected : kEffects) {
+        types.push_back(effect(expected.subtype, expected.displayName, expected.description));
+        if (std::string_view(expected.subtype) == "PingPongDelay") {
+            types.back().properties = pingPongProperties();
+        }
+    }
+    return types;
+}
+
+std::vector<std::string> expectedEffectTypeNames() {
+    std::vector<std::string> names;
+    for (const ExpectedEffect& expected : kEffects) {
+        names.push_back(std::string("AudioEffects.") + expected.subtype);
+    }
+    return names;
+}
+
+std::vector<std::string> expectedEffectShortNames() {
+    std::vector<std::string> names;
+    for (const ExpectedEffect& expected : kEffects) names.emplace_back(expected.shortName);
+    return names;
 }
 
 std::string nodeTypeDifferences(const NodeTypeInfo& actual, const NodeTypeInfo& expected) {

@@ -258,3 +258,7 @@ INSTANTIATE_TEST_SUITE_P(BlockSizes, ChorusMatchesPlainRenderingInBlocksOf, bloc
 TEST(ChorusMatchesPlainRenderingAcrossFormatChanges, BitForBit) {
     expectMatchesPlainRenderingAcrossFormatChanges<ChorusNode>(kChorus, 0.05f, 2.0f, 1234);
 }
+
+TEST(ChorusMatchesPlainRenderingMadeThroughTheCatalogue, BitForBit) {
+    expectCatalogueNodeMatchesPlainRendering("chorus", kChorus, 4321);
+}

@@ -182,3 +182,7 @@ INSTANTIATE_TEST_SUITE_P(BlockSizes, FlangerMatchesPlainRenderingInBlocksOf, blo
 TEST(FlangerMatchesPlainRenderingAcrossFormatChanges, BitForBit) {
     expectMatchesPlainRenderingAcrossFormatChanges<FlangerNode>(kFlanger, 0.01f, 2.0f, 4321);
 }
+
+TEST(FlangerMatchesPlainRenderingMadeThroughTheCatalogue, BitForBit) {
+    expectCatalogueNodeMatchesPlainRendering("flanger", kFlanger, 4321);
+}

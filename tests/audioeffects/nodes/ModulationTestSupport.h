@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -16,6 +18,7 @@
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 
+#include "audioeffects/EveryNodeType.h"
 #include "audioeffects/nodes/NodeTestSupport.h"
 
 // Helpers shared by the chorus, flanger and vibrato tests: planar signals, block schedules with
@@ -562,21 +565,68 @@ void expectNodeBuiltForMoreChannelsRunsThemAll(const ReferenceEffect& effect,
     EXPECT_TRUE(nodeMatchesReference<Node>(effect, 3, schedule, input));
 }
 
-// A long random signal through the node and through the plain rendering, with sweep width,
-// frequency and the enable flag changed between blocks of mixed sizes.
+// A long random signal through processor (render()'s kind) and through the plain rendering
+// built for two channels, with sweep width, frequency and the enable flag changed between
+// blocks of mixed sizes.
+template <typename Processor>
+void expectProcessorMatchesPlainRendering(Processor& processor, const ReferenceEffect& effect,
+                                          unsigned int rate, unsigned int channels,
+                                          std::uint32_t scheduleSeed, std::uint32_t inputSeed,
+                                          const std::vector<float>& sweepWidths,
+                                          const std::vector<float>& frequencies) {
+    const std::vector<BlockSetting> schedule = randomSchedule(
+        scheduleSeed, 130000, rate, channels, {1, 7, 64, 256, 4096}, sweepWidths, frequencies);
+    const Signal input = randomSignal(channels, totalFrames(schedule), inputSeed);
+    ReferenceModulation reference(effect, 2);
+    const Signal expected = render(reference, schedule, input);
+    ASSERT_EQ(countNaN(expected), 0u);
+    EXPECT_TRUE(sameBits(render(processor, schedule, input), expected));
+}
+
+// The same through a node of type Node built for two channels.
 template <typename Node>
 void expectMatchesPlainRendering(const ReferenceEffect& effect, unsigned int rate,
                                  unsigned int channels, std::uint32_t scheduleSeed,
                                  std::uint32_t inputSeed, const std::vector<float>& sweepWidths,
                                  const std::vector<float>& frequencies) {
-    const std::vector<BlockSetting> schedule = randomSchedule(
-        scheduleSeed, 130000, rate, channels, {1, 7, 64, 256, 4096}, sweepWidths, frequencies);
-    const Signal input = randomSignal(channels, totalFrames(schedule), inputSeed);
     Node node(2);
-    ReferenceModulation reference(effect, 2);
-    const Signal expected = render(reference, schedule, input);
-    ASSERT_EQ(countNaN(expected), 0u);
-    EXPECT_TRUE(sameBits(renderNode(node, schedule, input), expected));
+    NodeProcessor<Node> processor{node};
+    expectProcessorMatchesPlainRendering(processor, effect, rate, channels, scheduleSeed, inputSeed,
+                                         sweepWidths, frequencies);
+}
+
+// A swept effect as a host has it: made by the extension's factory from its catalogue entry,
+// its settings written through the catalogue's parameters. Reaches an effect whose node class
+// the library keeps to itself.
+struct CatalogueNodeProcessor {
+    const extensions::audioeffects::NodeTypeEntry& entry;
+    SingleBusAudioProcessorNode& node;
+    void write(const char* name, const extensions::audioeffects::ParameterValue& value) {
+        const extensions::audioeffects::NodeParameter* parameter = entry.findParameter(name);
+        ASSERT_NE(parameter, nullptr) << name;
+        parameter->write(node, value);
+    }
+    void apply(const BlockSetting& block) {
+        write("sweepWidth", block.sweepWidth);
+        write("frequency", block.frequency);
+        write("enabled", block.enabled);
+    }
+    void process(AudioBus& inBus, AudioBus& outBus) { ASSERT_TRUE(node.process(inBus, outBus)); }
+};
+
+// expectMatchesPlainRendering through the node the factory makes for the catalogue's entry of
+// this short name, at 48 kHz in stereo.
+inline void expectCatalogueNodeMatchesPlainRendering(std::string_view shortName,
+                                                     const ReferenceEffect& effect,
+                                                     std::uint32_t seed) {
+    const auto* entry = extensions::audioeffects::EffectCatalogue::find(shortName);
+    ASSERT_NE(entry, nullptr) << shortName;
+    const std::unique_ptr<SingleBusAudioProcessorNode> node = testing::createProcessor(*entry);
+    ASSERT_NE(node, nullptr);
+    CatalogueNodeProcessor processor{*entry, *node};
+    expectProcessorMatchesPlainRendering(processor, effect, 48000, 2, seed, seed + 1,
+                                         {effect.sweepWidth, 0.0f, effect.sweepWidth * 0.5f},
+                                         {effect.frequency, 0.3f, effect.frequency * 2.0f});
 }
 
 // The same in stereo blocks of one size at 48 kHz.

@@ -183,3 +183,7 @@ INSTANTIATE_TEST_SUITE_P(BlockSizes, VibratoMatchesPlainRenderingInBlocksOf, blo
 TEST(VibratoMatchesPlainRenderingAcrossFormatChanges, BitForBit) {
     expectMatchesPlainRenderingAcrossFormatChanges<VibratoNode>(kVibrato, 0.02f, 7.0f, 2468);
 }
+
+TEST(VibratoMatchesPlainRenderingMadeThroughTheCatalogue, BitForBit) {
+    expectCatalogueNodeMatchesPlainRendering("vibrato", kVibrato, 4321);
+}
