@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cmath>
 
+#include <ostrana/audio/SineChoice.h>
 #include <ostrana/audioeffects/Export.h>
 
 namespace ostrana::audio {
@@ -26,7 +27,9 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
     float getPhaseOffset() const { return phaseOffset_.load(std::memory_order_relaxed); }
     void setPhaseOffset(float value) { phaseOffset_.exchange(value); }
 
-    // Current phase in cycles.
+    // Current phase in cycles. A plain read of state only process writes: call it on the thread
+    // that processes (or while nothing does). It stays public for what watches the oscillator
+    // move, the tests of its steps and wraps among them.
     float getPhase() const { return phase_; }
 
     // Returns sin(phase * 2pi + phaseOffset) * amplitude + offset for the current phase, then
@@ -57,7 +60,8 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
   private:
     static constexpr double kTwoPi = 6.283185307179586;
 
-    // values[i] = sinf(arguments[i]), bit for bit, for many values at once (see SineChoice).
+    // values[i] = sinf(arguments[i]), bit for bit, for many values at once, by the sine that
+    // SineChoice names.
     static void sines(const float* arguments, float* values, unsigned int count);
     static constexpr unsigned int kStepsAtOnce = 64;
 
@@ -98,7 +102,12 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
             phase = advance(phase, frequency_.load(std::memory_order_relaxed));
         }
         phase_ = phase;
-        sines(arguments, values, steps);
+        // sinf itself stays inline here: a call further out costs the short blocks.
+        if (SineChoice::usesVectorSine()) {
+            sines(arguments, values, steps);
+        } else {
+            for (unsigned int i = 0; i < steps; ++i) values[i] = sinf(arguments[i]);
+        }
         for (unsigned int i = 0; i < steps; ++i) values[i] = values[i] * amplitudes[i] + offsets[i];
     }
 
