@@ -13,14 +13,13 @@
 #include <vector>
 
 #include <ostrana/audio/SineChoice.h>
+#include <ostrana/audio/VectorSine.h>
 #include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 #include <ostrana/sdk/XVAnyMap.h>
-
-#include "audio/VectorSine.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include <ostrana/audio/LFO.h>
 #include <ostrana/audio/SineChoice.h>
-
-#include "audio/VectorSine.h"
+#include <ostrana/audio/VectorSine.h>
 
 namespace ostrana::audio {
 
@@ -24,7 +23,7 @@ void LFO::sines(const float* arguments, float* values, unsigned int count) {
     if (SineChoice::usesVectorSine()) {
         VectorSine::evaluate(arguments, values, count);
     } else {
-        VectorSine::evaluateWithSinf(arguments, values, count);
+        for (unsigned int i = 0; i < count; ++i) values[i] = sinf(arguments[i]);
     }
 }
 

@@ -1,9 +1,11 @@
-#include "audio/VectorSine.h"
-
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
+
+#include <ostrana/audio/LaneChoice.h>
+#include <ostrana/audio/VectorSine.h>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -288,41 +290,9 @@ float scalarLane(float x) {
 }
 #pragma GCC diagnostic pop
 
-bool detectSixteenLanes() {
-    return __builtin_cpu_supports("avx512f");
-}
-
-bool detectEightLanes() {
-    return __builtin_cpu_supports("avx2");
-}
-#else
-bool detectSixteenLanes() {
-    return false;
-}
-
-bool detectEightLanes() {
-    return false;
-}
+// The widest lanes this processor runs, read once.
+const unsigned int kWidestHere = LaneChoice::widestOnThisProcessor();
 #endif
-
-const bool kEightLanes = detectEightLanes();
-const bool kSixteenLanes = detectSixteenLanes();
-
-}  // namespace
-
-bool VectorSine::hasEightLanes() {
-    return kEightLanes;
-}
-
-bool VectorSine::hasSixteenLanes() {
-    return kSixteenLanes;
-}
-
-void VectorSine::evaluateWithSinf(const float* x, float* out, unsigned int count) {
-    for (unsigned int i = 0; i < count; ++i) out[i] = sinf(x[i]);
-}
-
-namespace {
 
 // The flagged lanes from sinf itself, in a second pass. NaN marks them; a NaN input is
 // flagged too and gets sinf's NaN. Their indices are collected without a branch per lane
@@ -343,39 +313,21 @@ void settleFlagged(const float* x, float* out, unsigned int count) {
 
 }  // namespace
 
-namespace {
-
-// The lanes of the widest form allowed and the processor has, then one at a time, then sinf
-// for the flagged ones.
-void evaluateInLanes(const float* x, float* out, unsigned int count, bool wide) {
+// The lanes of the widest form the processor has within the limit, then one at a time, then
+// sinf for the flagged ones.
+void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
     unsigned int i = 0;
 #if defined(__x86_64__)
-    if (wide && kSixteenLanes) {
+    const unsigned int lanes = std::min(LaneChoice::limit(), kWidestHere);
+    if (lanes >= 16) {
         for (; i + 32 <= count; i += 32) thirtyTwoWideLanes(x + i, out + i);
     }
-    if (kEightLanes) {
+    if (lanes >= 8) {
         for (; i + 32 <= count; i += 32) thirtyTwoLanes(x + i, out + i);
         for (; i + 8 <= count; i += 8) eightLanes(x + i, out + i);
     }
-#else
-    (void)wide;
 #endif
     for (; i < count; ++i) out[i] = scalarLane(x[i]);
-    settleFlagged(x, out, count);
-}
-
-}  // namespace
-
-void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
-    evaluateInLanes(x, out, count, true);
-}
-
-void VectorSine::evaluateWithoutWideLanes(const float* x, float* out, unsigned int count) {
-    evaluateInLanes(x, out, count, false);
-}
-
-void VectorSine::evaluateOneByOne(const float* x, float* out, unsigned int count) {
-    for (unsigned int i = 0; i < count; ++i) out[i] = scalarLane(x[i]);
     settleFlagged(x, out, count);
 }
 

@@ -1,14 +1,13 @@
 #include "nodes/SweptDelayRenderer.h"
 
+#include <ostrana/audio/LaneChoice.h>
+
 namespace ostrana::extensions::audioeffects {
 
-SweptDelayRenderer::Lanes SweptDelayRenderer::widestLanes() {
-#if defined(__x86_64__)
-    // The compiler's run-time support reads the processor's features while the program loads;
-    // this only tests a bit of what it found.
-    if (__builtin_cpu_supports("avx2")) return Lanes::kEight;
-#endif
-    return Lanes::kFour;
+SweptDelayRenderer::Lanes SweptDelayRenderer::lanesInUse() {
+    using audio::LaneChoice;
+    const bool eight = LaneChoice::limit() >= 8 && LaneChoice::widestOnThisProcessor() >= 8;
+    return eight ? Lanes::kEight : Lanes::kFour;
 }
 
 }  // namespace ostrana::extensions::audioeffects

@@ -13,16 +13,10 @@
 namespace ostrana::extensions::audioeffects {
 
 // Renders blocks of a swept-delay effect: the oscillator steps, then the line work, in the
-// widest lanes the processor has; everything per sample inline, instantiated for the recipe.
+// widest lanes the processor has within LaneChoice's limit; everything per sample inline,
+// instantiated for the recipe.
 class SweptDelayRenderer : SweptDelayKernel {
   public:
-    // How many frames of a channel the line work takes in one step where it can: four (SSE2),
-    // or eight on processors with AVX2. Both give the same values, bit for bit.
-    enum class Lanes { kFour, kEight };
-
-    // The widest lanes this processor runs.
-    static Lanes widestLanes();
-
     // Runs one block of input.getNumberOfChannels() channels (at least 1, at most the number of
     // lines) and input.getNumberOfFrames() frames into output: frame by frame, and within a
     // frame channel by channel. oscillators holds one oscillator per channel, or the shared
@@ -30,15 +24,14 @@ class SweptDelayRenderer : SweptDelayKernel {
     template <SweepRecipe kRecipe>
     static void render(const AudioBuffer<float>& input, AudioBuffer<float>& output,
                        audio::LFO* oscillators, audio::CircularBuffer* lines,
-                       const std::atomic<float>& sweepWidth, float wetGain, float feedback,
-                       Lanes lanes = widestLanes()) {
+                       const std::atomic<float>& sweepWidth, float wetGain, float feedback) {
         const Block block{input, output, oscillators, lines, sweepWidth, wetGain, feedback};
         switch (input.getNumberOfChannels()) {
             case 1:
-                if (sharesWritePointer(block, 1)) return renderHoisted<kRecipe, 1>(block, lanes);
+                if (sharesWritePointer(block, 1)) return renderHoisted<kRecipe, 1>(block);
                 break;
             case 2:
-                if (sharesWritePointer(block, 2)) return renderHoisted<kRecipe, 2>(block, lanes);
+                if (sharesWritePointer(block, 2)) return renderHoisted<kRecipe, 2>(block);
                 break;
             default:
                 break;
@@ -47,6 +40,13 @@ class SweptDelayRenderer : SweptDelayKernel {
     }
 
   private:
+    // How many frames of a channel the line work takes in one step where it can: four (SSE2),
+    // or eight on processors with AVX2. Both give the same values, bit for bit.
+    enum class Lanes { kFour, kEight };
+
+    // The widest lanes this processor runs within LaneChoice's limit.
+    static Lanes lanesInUse();
+
     // Four frames of a channel from frame on, at w: in one step where it can, else one by one.
     template <SweepRecipe kRecipe>
     [[gnu::always_inline]] static void runFourOrSingle(const Channel& channel, unsigned int frame,
@@ -72,20 +72,18 @@ class SweptDelayRenderer : SweptDelayKernel {
         runFourOrSingle<kRecipe>(channel, frame + 4, stepped(w, 4), swings + 4, wetGain, feedback);
     }
 
-    // renderLines in the widest of the lanes asked for that this build has.
+    // renderLines in the widest lanes in use.
     template <SweepRecipe kRecipe, unsigned int kChannels>
-    static void renderHoisted(const Block& block, Lanes lanes) {
+    static void renderHoisted(const Block& block) {
 #if defined(__x86_64__)
-        if (lanes == Lanes::kEight) return renderEightLanes<kRecipe, kChannels>(block);
-#else
-        (void)lanes;
+        if (lanesInUse() == Lanes::kEight) return renderEightLanes<kRecipe, kChannels>(block);
 #endif
         renderLines<kRecipe, kChannels, Lanes::kFour>(block);
     }
 
 #if defined(__x86_64__)
     // renderLines compiled for AVX2, everything it calls compiled into it. Only for processors
-    // that have AVX2 (widestLanes).
+    // that have AVX2 (lanesInUse).
     template <SweepRecipe kRecipe, unsigned int kChannels>
     [[gnu::target("avx2"), gnu::flatten]] static void renderEightLanes(const Block& block) {
         renderLines<kRecipe, kChannels, Lanes::kEight>(block);

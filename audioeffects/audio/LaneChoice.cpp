@@ -1,0 +1,31 @@
+#include <atomic>
+
+#include <ostrana/audio/LaneChoice.h>
+
+namespace ostrana::audio {
+
+namespace {
+
+std::atomic<unsigned int> lanesAtMost{LaneChoice::kWidest};
+
+}  // namespace
+
+unsigned int LaneChoice::widestOnThisProcessor() {
+#if defined(__x86_64__)
+    // The compiler's run-time support reads the processor's features while the program loads;
+    // these only test bits of what it found.
+    if (__builtin_cpu_supports("avx512f")) return 16;
+    if (__builtin_cpu_supports("avx2")) return 8;
+#endif
+    return 4;
+}
+
+void LaneChoice::limitTo(unsigned int lanes) {
+    lanesAtMost.store(lanes);
+}
+
+unsigned int LaneChoice::limit() {
+    return lanesAtMost.load(std::memory_order_relaxed);
+}
+
+}  // namespace ostrana::audio
