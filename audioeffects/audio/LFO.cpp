@@ -1,5 +1,4 @@
 #include <ostrana/audio/LFO.h>
-#include <ostrana/audio/SineChoice.h>
 #include <ostrana/audio/VectorSine.h>
 
 namespace ostrana::audio {
@@ -20,11 +19,7 @@ LFO& LFO::operator=(const LFO& other) {
 }
 
 void LFO::sines(const float* arguments, float* values, unsigned int count) {
-    if (SineChoice::usesVectorSine()) {
-        VectorSine::evaluate(arguments, values, count);
-    } else {
-        for (unsigned int i = 0; i < count; ++i) values[i] = sinf(arguments[i]);
-    }
+    VectorSine::evaluate(arguments, values, count);
 }
 
 }  // namespace ostrana::audio

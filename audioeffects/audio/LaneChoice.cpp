@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 
 #include <ostrana/audio/LaneChoice.h>
@@ -26,6 +27,10 @@ void LaneChoice::limitTo(unsigned int lanes) {
 
 unsigned int LaneChoice::limit() {
     return lanesAtMost.load(std::memory_order_relaxed);
+}
+
+unsigned int LaneChoice::inUse() {
+    return std::min(limit(), widestOnThisProcessor());
 }
 
 }  // namespace ostrana::audio

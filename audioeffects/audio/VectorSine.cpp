@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -289,9 +288,6 @@ float scalarLane(float x) {
     }
 }
 #pragma GCC diagnostic pop
-
-// The widest lanes this processor runs, read once.
-const unsigned int kWidestHere = LaneChoice::widestOnThisProcessor();
 #endif
 
 // The flagged lanes from sinf itself, in a second pass. NaN marks them; a NaN input is
@@ -318,7 +314,7 @@ void settleFlagged(const float* x, float* out, unsigned int count) {
 void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
     unsigned int i = 0;
 #if defined(__x86_64__)
-    const unsigned int lanes = std::min(LaneChoice::limit(), kWidestHere);
+    const unsigned int lanes = LaneChoice::inUse();
     if (lanes >= 16) {
         for (; i + 32 <= count; i += 32) thirtyTwoWideLanes(x + i, out + i);
     }

@@ -5,9 +5,7 @@
 namespace ostrana::extensions::audioeffects {
 
 SweptDelayRenderer::Lanes SweptDelayRenderer::lanesInUse() {
-    using audio::LaneChoice;
-    const bool eight = LaneChoice::limit() >= 8 && LaneChoice::widestOnThisProcessor() >= 8;
-    return eight ? Lanes::kEight : Lanes::kFour;
+    return audio::LaneChoice::inUse() >= 8 ? Lanes::kEight : Lanes::kFour;
 }
 
 }  // namespace ostrana::extensions::audioeffects

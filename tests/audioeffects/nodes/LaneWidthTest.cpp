@@ -32,18 +32,6 @@ const ReferenceEffect kVibrato{1.0f, 0.01f, 4.0f, false, true, false, false, 0.0
 
 constexpr unsigned int kRate = 48000;
 
-// A node built for two channels against the plain rendering, over the schedule.
-template <typename Node>
-void expectNodeMatchesPlainRendering(const ReferenceEffect& effect,
-                                     const std::vector<BlockSetting>& schedule,
-                                     const Signal& input) {
-    ReferenceModulation reference(effect, 2);
-    const Signal expected = render(reference, schedule, input);
-    ASSERT_EQ(countNaN(expected), 0u);
-    Node node(2);
-    EXPECT_TRUE(sameBits(renderNode(node, schedule, input), expected));
-}
-
 // Six seconds of noise in blocks of mixed sizes, the sweep width and frequency changed now and
 // then, among them values that take the line work off its fast steps (no sweep, sweeps beyond
 // the line, negative sweeps, oscillators faster than a sample), through a node built for two

@@ -565,9 +565,30 @@ void expectNodeBuiltForMoreChannelsRunsThemAll(const ReferenceEffect& effect,
     EXPECT_TRUE(nodeMatchesReference<Node>(effect, 3, schedule, input));
 }
 
-// A long random signal through processor (render()'s kind) and through the plain rendering
-// built for two channels, with sweep width, frequency and the enable flag changed between
-// blocks of mixed sizes.
+// The input through processor (render()'s kind) and through the plain rendering built for two
+// channels, block by block as the schedule says: the same bits, and no NaN in the rendering.
+template <typename Processor>
+void expectProcessorMatchesPlainRendering(Processor& processor, const ReferenceEffect& effect,
+                                          const std::vector<BlockSetting>& schedule,
+                                          const Signal& input) {
+    ReferenceModulation reference(effect, 2);
+    const Signal expected = render(reference, schedule, input);
+    ASSERT_EQ(countNaN(expected), 0u);
+    EXPECT_TRUE(sameBits(render(processor, schedule, input), expected));
+}
+
+// The same through a fresh node of type Node built for two channels.
+template <typename Node>
+void expectNodeMatchesPlainRendering(const ReferenceEffect& effect,
+                                     const std::vector<BlockSetting>& schedule,
+                                     const Signal& input) {
+    Node node(2);
+    NodeProcessor<Node> processor{node};
+    expectProcessorMatchesPlainRendering(processor, effect, schedule, input);
+}
+
+// A long random signal through processor and through the plain rendering, with sweep width,
+// frequency and the enable flag changed between blocks of mixed sizes.
 template <typename Processor>
 void expectProcessorMatchesPlainRendering(Processor& processor, const ReferenceEffect& effect,
                                           unsigned int rate, unsigned int channels,
@@ -576,11 +597,8 @@ void expectProcessorMatchesPlainRendering(Processor& processor, const ReferenceE
                                           const std::vector<float>& frequencies) {
     const std::vector<BlockSetting> schedule = randomSchedule(
         scheduleSeed, 130000, rate, channels, {1, 7, 64, 256, 4096}, sweepWidths, frequencies);
-    const Signal input = randomSignal(channels, totalFrames(schedule), inputSeed);
-    ReferenceModulation reference(effect, 2);
-    const Signal expected = render(reference, schedule, input);
-    ASSERT_EQ(countNaN(expected), 0u);
-    EXPECT_TRUE(sameBits(render(processor, schedule, input), expected));
+    expectProcessorMatchesPlainRendering(processor, effect, schedule,
+                                         randomSignal(channels, totalFrames(schedule), inputSeed));
 }
 
 // The same through a node of type Node built for two channels.

@@ -60,8 +60,8 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
   private:
     static constexpr double kTwoPi = 6.283185307179586;
 
-    // values[i] = sinf(arguments[i]), bit for bit, for many values at once, by the sine that
-    // SineChoice names.
+    // values[i] = sinf(arguments[i]), bit for bit, for many values at once, by the vector sine:
+    // processSteps calls it when SineChoice names that sine.
     static void sines(const float* arguments, float* values, unsigned int count);
     static constexpr unsigned int kStepsAtOnce = 64;
 

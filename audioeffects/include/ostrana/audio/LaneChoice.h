@@ -22,6 +22,8 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LaneChoice {
     static void limitTo(unsigned int lanes);
     // The limit set last (kWidest until limitTo is called).
     static unsigned int limit();
+    // The most lanes the vector code takes now: the limit, at most the processor's widest.
+    static unsigned int inUse();
 };
 
 }  // namespace ostrana::audio
