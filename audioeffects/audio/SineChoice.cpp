@@ -1,4 +1,5 @@
 #include <atomic>
+#include <cstdlib>
 
 #include <ostrana/audio/SineChoice.h>
 
@@ -6,7 +7,8 @@ namespace ostrana::audio {
 
 namespace {
 
-#if defined(OSTRANA_VECTOR_SINE)
+// The vector sine gives sinf's values where sinf is glibc's; elsewhere sinf by default.
+#if defined(OSTRANA_VECTOR_SINE) && defined(__GLIBC__)
 std::atomic<bool> useVector{true};
 #else
 std::atomic<bool> useVector{false};

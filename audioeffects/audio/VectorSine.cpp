@@ -1,7 +1,7 @@
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <initializer_list>
 
 #include <ostrana/audio/LaneChoice.h>
 #include <ostrana/audio/VectorSine.h>
@@ -14,317 +14,318 @@ namespace ostrana::audio {
 
 namespace {
 
-// Why a lane that is not flagged equals glibc's sinf: sinf's documented error is below 0.56
-// units in the last place (ulp), so it may return either neighbour of the exact value only
-// when the exact value lies within 0.06 ulp of the midpoint between them; farther away, only
-// the nearer float is within 0.56 ulp, and sinf must return it, which is the correctly rounded
-// value. Our double evaluation differs from the exact value by less than 1e-12 relative
-// (reduction and polynomial together; the polynomial alone 3e-13 by the fitting script), far
-// below 1e-4 ulp. A result farther than kBand = 0.08 ulp from every midpoint is therefore more
-// than 0.06 ulp away for the exact value too, with a margin of about 0.02 ulp, and rounding it
-// gives sinf's answer. Lanes within the band go to sinf.
+// Why a lane that is not flagged equals glibc's sinf. sinf's documented error is below 0.5607
+// units in the last place (ulp): it may return either float next to the exact value only when
+// the exact value lies within 0.0607 ulp of the midpoint between them; farther away, only the
+// nearer float is within 0.5607 ulp, and sinf must return it, which is the correctly rounded
+// value. Our double evaluation differs from the exact value by less than 2e-10 relative
+// (reduction and polynomial together; the polynomial alone 1.1e-10 by the fitting script),
+// which is below 0.004 ulp of a float. A result farther than kBand = 0.08 ulp from every
+// midpoint is therefore more than 0.076 ulp away for the exact value, a margin of more than
+// 0.015 ulp over what sinf's bound needs, and rounding it gives sinf's answer. Lanes within the
+// band go to sinf itself.
+//
+// The band is tested on the double's bits: for a double y whose float is normal, the 29 bits
+// below the float's 23 mantissa bits place y within the interval between two floats of y's
+// binade, 2^28 being its midpoint; y is within kBand ulp of it when those bits are within
+// kBand * 2^29 of 2^28 (kBandBits, rounded up).
 constexpr double kBand = 0.08;
-// |x| below this (and non-finite or large x) go to sinf: sin(x) rounds to x or to its
-// neighbour there, and the relative band test is not needed for so few values.
-constexpr float kSmallest = 1.0f / 4096.0f;
-constexpr float kLargest = 8.0f;
+constexpr int kDroppedBits = 29;
+constexpr std::int64_t kDroppedMask = (std::int64_t{1} << kDroppedBits) - 1;
+constexpr std::int64_t kMidpoint = std::int64_t{1} << (kDroppedBits - 1);
+constexpr std::int64_t kBandBits =
+    static_cast<std::int64_t>(kBand * static_cast<double>(std::int64_t{1} << kDroppedBits)) + 1;
+
+// Lanes outside kSmallest <= |x| < kLargest go to sinf, NaN and infinities among them: below,
+// sin(x) rounds to x or next to it and the relative band test is not needed for so few values;
+// above, the reduction below is not made for them. The test is on the bits of |x|, which order
+// as the values do.
+constexpr std::int32_t kSmallestBits = 0x39800000;  // 2^-12
+constexpr std::int32_t kLargestBits = 0x41000000;   // 8
+// A result whose float has a mantissa of all zeros or all ones (a power of two, or the float
+// below one) goes to sinf too: there the spacing of floats changes, and an ulp could be read
+// either side of it.
+constexpr std::int32_t kMantissaMask = 0x007fffff;
 
 // pi in two parts: kPiHigh is pi rounded to double, whose last three bits are clear, so
-// n * kPiHigh is exact for the |n| <= 3 that |x| < 8 gives; kPiLow is pi - kPiHigh.
+// n * kPiHigh is exact for the |n| <= 3 that |x| < 8 gives, and x - n * kPiHigh is exact too
+// (the two lie within a factor of two of each other); kPiLow is pi - kPiHigh.
 constexpr double kPiHigh = 3.141592653589793;
 constexpr double kPiLow = 1.2246467991473532e-16;
 constexpr double kInversePi = 0.31830988618379067;
+// Added to x / pi, it leaves the nearest integer n in the low bits of the sum's mantissa (its
+// lowest bit says whether n is odd); subtracted again, it leaves n.
+constexpr double kRoundingMagic = 6755399441055744.0;  // 1.5 * 2^52
 
-// Q(t) of sin(r) = r * (1 + t * Q(t)), t = r * r, |r| <= pi / 2, lowest degree first, from
-// scripts/fit-sine-polynomial.py 5 (largest relative error 3.1e-13).
-constexpr double kQ0 = -0.16666666666658467;
-constexpr double kQ1 = 0.008333333330940365;
-constexpr double kQ2 = -0.0001984126870905615;
-constexpr double kQ3 = 2.755712317437327e-06;
-constexpr double kQ4 = -2.5036745008428295e-08;
-constexpr double kQ5 = 1.550250902793809e-10;
+// Q(t) of sin(r) = r + r * t * Q(t), t = r * r, |r| <= pi / 2, lowest degree first, from
+// scripts/fit-sine-polynomial.py 4 (largest relative error 1.1e-10).
+constexpr double kQ0 = -0.16666666663881236;
+constexpr double kQ1 = 0.008333332768753579;
+constexpr double kQ2 = -0.000198410865614788;
+constexpr double kQ3 = 2.75364635625748e-06;
+constexpr double kQ4 = -2.4080190432969638e-08;
 
-// The double result's float, or a flag that sinf must decide: NaN is the flag (no lane that
-// is evaluated here can give NaN).
-float roundOrFlag(double y) {
-    const float f = static_cast<float>(y);
-    const double magnitude = std::fabs(y);
-    const float fMagnitude = std::fabs(f);
-    std::uint32_t bits;
-    std::memcpy(&bits, &fMagnitude, sizeof bits);
-    const std::uint32_t upBits = bits + 1;
-    const std::uint32_t downBits = bits - 1;
-    float up;
-    float down;
-    std::memcpy(&up, &upBits, sizeof up);
-    std::memcpy(&down, &downBits, sizeof down);
-    // The midpoints on either side, exact in double.
-    const double upMid = (static_cast<double>(fMagnitude) + static_cast<double>(up)) * 0.5;
-    const double downMid = (static_cast<double>(fMagnitude) + static_cast<double>(down)) * 0.5;
-    const double upUlp = static_cast<double>(up) - static_cast<double>(fMagnitude);
-    const double downUlp = static_cast<double>(fMagnitude) - static_cast<double>(down);
-    const bool nearMidpoint = std::fabs(magnitude - upMid) < kBand * upUlp ||
-                              std::fabs(magnitude - downMid) < kBand * downUlp;
-    return nearMidpoint ? NAN : f;
+// The indices of one stretch's flagged lanes, with room for a whole group past the last, as the
+// lane forms store a group's indices at once.
+constexpr unsigned int kStretch = 256;
+constexpr unsigned int kWidestGroup = 16;
+struct Flagged {
+    unsigned int indices[kStretch + kWidestGroup];
+    unsigned int count = 0;
+};
+
+std::int32_t bitsOf(float value) {
+    std::int32_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
 }
 
-// One lane in double: the value, or NaN when sinf must decide.
-float scalarLane(float x) {
-    const float magnitude = std::fabs(x);
-    if (!(magnitude >= kSmallest && magnitude < kLargest)) return NAN;
+std::int64_t bitsOf(double value) {
+    std::int64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+// One lane in double, without FMA: the value in out, and whether sinf must decide it.
+bool scalarLane(float x, float& out) {
+    const std::int32_t magnitude = bitsOf(x) & 0x7fffffff;
+    if (magnitude < kSmallestBits || magnitude >= kLargestBits) return true;
     const double d = x;
     const double n = std::nearbyint(d * kInversePi);
     const double r = (d - n * kPiHigh) - n * kPiLow;
     const double t = r * r;
-    const double q = ((((kQ5 * t + kQ4) * t + kQ3) * t + kQ2) * t + kQ1) * t + kQ0;
-    double y = r * (1.0 + t * q);
+    const double q = (((kQ4 * t + kQ3) * t + kQ2) * t + kQ1) * t + kQ0;
+    double y = r + (r * t) * q;
     if (static_cast<long>(n) % 2 != 0) y = -y;
-    return roundOrFlag(y);
+    out = static_cast<float>(y);
+    const std::int64_t dropped = bitsOf(y) & kDroppedMask;
+    const std::int64_t distance = dropped > kMidpoint ? dropped - kMidpoint : kMidpoint - dropped;
+    const std::int32_t mantissa = bitsOf(out) & kMantissaMask;
+    return distance <= kBandBits || mantissa == 0 || mantissa == kMantissaMask;
 }
 
 #if defined(__x86_64__)
-// Four lanes in double with AVX2: the same operations as scalarLane, in the same order.
-[[gnu::target("avx2"), gnu::always_inline]] inline __m256d polynomialOf(__m128 x) {
-    const __m256d d = _mm256_cvtps_pd(x);
-    const __m256d n = _mm256_round_pd(_mm256_mul_pd(d, _mm256_set1_pd(kInversePi)),
-                                      _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-    const __m256d r = _mm256_sub_pd(_mm256_sub_pd(d, _mm256_mul_pd(n, _mm256_set1_pd(kPiHigh))),
-                                    _mm256_mul_pd(n, _mm256_set1_pd(kPiLow)));
-    const __m256d t = _mm256_mul_pd(r, r);
-    __m256d q = _mm256_add_pd(_mm256_mul_pd(_mm256_set1_pd(kQ5), t), _mm256_set1_pd(kQ4));
-    q = _mm256_add_pd(_mm256_mul_pd(q, t), _mm256_set1_pd(kQ3));
-    q = _mm256_add_pd(_mm256_mul_pd(q, t), _mm256_set1_pd(kQ2));
-    q = _mm256_add_pd(_mm256_mul_pd(q, t), _mm256_set1_pd(kQ1));
-    q = _mm256_add_pd(_mm256_mul_pd(q, t), _mm256_set1_pd(kQ0));
-    __m256d y = _mm256_mul_pd(r, _mm256_add_pd(_mm256_set1_pd(1.0), _mm256_mul_pd(t, q)));
-    // An odd n flips the sign: its lowest bit, moved to the sign bit.
-    const __m128i ni = _mm256_cvtpd_epi32(n);
-    const __m256i odd =
-        _mm256_slli_epi64(_mm256_cvtepi32_epi64(_mm_and_si128(ni, _mm_set1_epi32(1))), 63);
-    y = _mm256_xor_pd(y, _mm256_castsi256_pd(odd));
-    return y;
-}
+// The lane forms: each evaluates the same polynomial on the same reduction, with FMA, and
+// flags the same kinds of lanes; their doubles may differ from the scalar lane's in the last
+// bits, far inside the margin above, and the float of every unflagged lane is sinf's.
 
-// Eight lanes: out gets the rounded value, or NaN where sinf must decide.
-//
-// The band test, four doubles at a time: f = (float)y, and the gap |y - f| (exact in double)
-// against the spacing of floats at f, u = 2^(exponent of f - 23), formed from f's bits. y is
-// within kBand of a midpoint when the gap exceeds (0.5 - kBand) * u. Below a power of two the
-// spacing halves, so a power-of-two f (zero mantissa) is always flagged, as is a tiny one.
-[[gnu::target("avx2"), gnu::always_inline]] inline __m256d nearMidpoint(__m256d y, __m128 f,
-                                                                        __m128 spacing) {
-    const __m256d absMask = _mm256_castsi256_pd(_mm256_set1_epi64x(0x7fffffffffffffffLL));
-    const __m256d gap = _mm256_and_pd(_mm256_sub_pd(y, _mm256_cvtps_pd(f)), absMask);
-    const __m256d limit = _mm256_mul_pd(_mm256_cvtps_pd(spacing), _mm256_set1_pd(0.5 - kBand));
-    return _mm256_cmp_pd(gap, limit, _CMP_GT_OQ);
-}
-
-[[gnu::target("avx2")]] void eightLanes(const float* x, float* out) {
-    const __m256 v = _mm256_loadu_ps(x);
-    const __m256d low = polynomialOf(_mm256_castps256_ps128(v));
-    const __m256d high = polynomialOf(_mm256_extractf128_ps(v, 1));
-    const __m128 fLow = _mm256_cvtpd_ps(low);
-    const __m128 fHigh = _mm256_cvtpd_ps(high);
-    const __m256 f = _mm256_set_m128(fHigh, fLow);
-    // The spacing of floats at |f|: its exponent field less 23, as a float; and whether f's
-    // mantissa is zero (a power of two, or zero).
-    const __m256i bits = _mm256_castps_si256(f);
-    const __m256i exponent = _mm256_and_si256(bits, _mm256_set1_epi32(0x7f800000));
-    const __m256 spacing =
-        _mm256_castsi256_ps(_mm256_sub_epi32(exponent, _mm256_set1_epi32(23 << 23)));
-    const __m256i mantissa = _mm256_and_si256(bits, _mm256_set1_epi32(0x007fffff));
-    const __m256 powerOfTwo =
-        _mm256_castsi256_ps(_mm256_cmpeq_epi32(mantissa, _mm256_setzero_si256()));
-    const __m256d nearLow = nearMidpoint(low, fLow, _mm256_castps256_ps128(spacing));
-    const __m256d nearHigh = nearMidpoint(high, fHigh, _mm256_extractf128_ps(spacing, 1));
-    // The double masks narrowed to floats: all-ones (a negative NaN) stays negative, zero stays
-    // zero, and blendv looks at the sign bit only.
-    const __m256 near = _mm256_set_m128(_mm256_cvtpd_ps(nearHigh), _mm256_cvtpd_ps(nearLow));
-    // Lanes outside kSmallest <= |x| < kLargest (NaN included) are flagged too; there |f| is at
-    // least about 2^-12, so its spacing above is a normal float.
-    const __m256 absMask = _mm256_castsi256_ps(_mm256_set1_epi32(0x7fffffff));
-    const __m256 xAbs = _mm256_and_ps(v, absMask);
-    const __m256 inRange = _mm256_and_ps(_mm256_cmp_ps(xAbs, _mm256_set1_ps(kSmallest), _CMP_GE_OQ),
-                                         _mm256_cmp_ps(xAbs, _mm256_set1_ps(kLargest), _CMP_LT_OQ));
-    const __m256 outOfRange = _mm256_andnot_ps(inRange, _mm256_castsi256_ps(_mm256_set1_epi32(-1)));
-    const __m256 flagged = _mm256_or_ps(_mm256_or_ps(near, powerOfTwo), outOfRange);
-    _mm256_storeu_ps(out, _mm256_blendv_ps(f, _mm256_set1_ps(NAN), flagged));
-}
-
-// Thirty-two lanes: eightLanes four times, each step done for all eight double chains
-// before the next, so that their latencies overlap instead of adding up.
-[[gnu::target("avx2")]] void thirtyTwoLanes(const float* x, float* out) {
-    constexpr int kChains = 8;
-    __m256d d[kChains];
-    for (int k = 0; k < 4; ++k) {
-        const __m256 v = _mm256_loadu_ps(x + 8 * k);
-        d[2 * k] = _mm256_cvtps_pd(_mm256_castps256_ps128(v));
-        d[2 * k + 1] = _mm256_cvtps_pd(_mm256_extractf128_ps(v, 1));
-    }
-    __m256d n[kChains];
-    __m256d r[kChains];
-    __m256d t[kChains];
-    __m256d q[kChains];
-#pragma GCC unroll 8
-    for (int j = 0; j < kChains; ++j) {
-        n[j] = _mm256_round_pd(_mm256_mul_pd(d[j], _mm256_set1_pd(kInversePi)),
-                               _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-    }
-#pragma GCC unroll 8
-    for (int j = 0; j < kChains; ++j) {
-        r[j] = _mm256_sub_pd(_mm256_sub_pd(d[j], _mm256_mul_pd(n[j], _mm256_set1_pd(kPiHigh))),
-                             _mm256_mul_pd(n[j], _mm256_set1_pd(kPiLow)));
-        t[j] = _mm256_mul_pd(r[j], r[j]);
-        q[j] = _mm256_add_pd(_mm256_mul_pd(_mm256_set1_pd(kQ5), t[j]), _mm256_set1_pd(kQ4));
-    }
-    for (const double c : {kQ3, kQ2, kQ1, kQ0}) {
-#pragma GCC unroll 8
-        for (int j = 0; j < kChains; ++j) {
-            q[j] = _mm256_add_pd(_mm256_mul_pd(q[j], t[j]), _mm256_set1_pd(c));
+// Where the lanes of a group of eight go in the list of flagged indices: for each mask, the
+// numbers of its set bits, lowest first, one per byte.
+constexpr std::array<std::uint64_t, 256> makeLanePacks() {
+    std::array<std::uint64_t, 256> packs{};
+    for (unsigned int mask = 0; mask < 256; ++mask) {
+        unsigned int filled = 0;
+        for (unsigned int lane = 0; lane < 8; ++lane) {
+            if ((mask >> lane) & 1u) packs[mask] |= std::uint64_t{lane} << (8 * filled++);
         }
     }
-    __m128 f[kChains];
-    __m256d near[kChains];
-#pragma GCC unroll 8
-    for (int j = 0; j < kChains; ++j) {
-        __m256d y =
-            _mm256_mul_pd(r[j], _mm256_add_pd(_mm256_set1_pd(1.0), _mm256_mul_pd(t[j], q[j])));
-        const __m128i ni = _mm256_cvtpd_epi32(n[j]);
-        const __m256i odd =
-            _mm256_slli_epi64(_mm256_cvtepi32_epi64(_mm_and_si128(ni, _mm_set1_epi32(1))), 63);
-        y = _mm256_xor_pd(y, _mm256_castsi256_pd(odd));
-        f[j] = _mm256_cvtpd_ps(y);
-        const __m128i bits = _mm_castps_si128(f[j]);
-        const __m128 spacing = _mm_castsi128_ps(_mm_sub_epi32(
-            _mm_and_si128(bits, _mm_set1_epi32(0x7f800000)), _mm_set1_epi32(23 << 23)));
-        near[j] = nearMidpoint(y, f[j], spacing);
-    }
-#pragma GCC unroll 4
-    for (int k = 0; k < 4; ++k) {
-        const __m256 v = _mm256_loadu_ps(x + 8 * k);
-        const __m256 value = _mm256_set_m128(f[2 * k + 1], f[2 * k]);
-        const __m256i bits = _mm256_castps_si256(value);
-        const __m256 powerOfTwo = _mm256_castsi256_ps(_mm256_cmpeq_epi32(
-            _mm256_and_si256(bits, _mm256_set1_epi32(0x007fffff)), _mm256_setzero_si256()));
-        const __m256 nearAll =
-            _mm256_set_m128(_mm256_cvtpd_ps(near[2 * k + 1]), _mm256_cvtpd_ps(near[2 * k]));
-        const __m256 xAbs = _mm256_and_ps(v, _mm256_castsi256_ps(_mm256_set1_epi32(0x7fffffff)));
-        const __m256 inRange =
-            _mm256_and_ps(_mm256_cmp_ps(xAbs, _mm256_set1_ps(kSmallest), _CMP_GE_OQ),
-                          _mm256_cmp_ps(xAbs, _mm256_set1_ps(kLargest), _CMP_LT_OQ));
-        const __m256 outOfRange =
-            _mm256_andnot_ps(inRange, _mm256_castsi256_ps(_mm256_set1_epi32(-1)));
-        const __m256 flagged = _mm256_or_ps(_mm256_or_ps(nearAll, powerOfTwo), outOfRange);
-        _mm256_storeu_ps(out + 8 * k, _mm256_blendv_ps(value, _mm256_set1_ps(NAN), flagged));
+    return packs;
+}
+constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
+
+// sin of four doubles, each reduced by its nearest multiple of pi.
+[[gnu::target("avx2,fma"), gnu::always_inline]] inline __m256d sineOf(__m256d d) {
+    const __m256d k =
+        _mm256_fmadd_pd(d, _mm256_set1_pd(kInversePi), _mm256_set1_pd(kRoundingMagic));
+    const __m256d n = _mm256_sub_pd(k, _mm256_set1_pd(kRoundingMagic));
+    __m256d r = _mm256_fnmadd_pd(n, _mm256_set1_pd(kPiHigh), d);
+    r = _mm256_fnmadd_pd(n, _mm256_set1_pd(kPiLow), r);
+    const __m256d t = _mm256_mul_pd(r, r);
+    __m256d q = _mm256_fmadd_pd(_mm256_set1_pd(kQ4), t, _mm256_set1_pd(kQ3));
+    q = _mm256_fmadd_pd(q, t, _mm256_set1_pd(kQ2));
+    q = _mm256_fmadd_pd(q, t, _mm256_set1_pd(kQ1));
+    q = _mm256_fmadd_pd(q, t, _mm256_set1_pd(kQ0));
+    const __m256d y = _mm256_fmadd_pd(_mm256_mul_pd(r, t), q, r);
+    // An odd n flips the sign: the lowest bit of k's mantissa, moved to the sign bit.
+    const __m256i sign = _mm256_slli_epi64(_mm256_castpd_si256(k), 63);
+    return _mm256_castsi256_pd(_mm256_xor_si256(_mm256_castpd_si256(y), sign));
+}
+
+// One bit per lane: the double lies within the band around a midpoint.
+[[gnu::target("avx2"), gnu::always_inline]] inline unsigned int nearMidpoint(__m256d y) {
+    const __m256i dropped =
+        _mm256_and_si256(_mm256_castpd_si256(y), _mm256_set1_epi64x(kDroppedMask));
+    const __m256i above =
+        _mm256_cmpgt_epi64(dropped, _mm256_set1_epi64x(kMidpoint - kBandBits - 1));
+    const __m256i below =
+        _mm256_cmpgt_epi64(_mm256_set1_epi64x(kMidpoint + kBandBits + 1), dropped);
+    return static_cast<unsigned int>(
+        _mm256_movemask_pd(_mm256_castsi256_pd(_mm256_and_si256(above, below))));
+}
+
+// Eight lanes: their floats stored, one bit per lane that sinf must decide returned.
+[[gnu::target("avx2,fma"), gnu::always_inline]] inline unsigned int eightLanes(const float* x,
+                                                                               float* out) {
+    const __m256 v = _mm256_loadu_ps(x);
+    const __m256d low = sineOf(_mm256_cvtps_pd(_mm256_castps256_ps128(v)));
+    const __m256d high = sineOf(_mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)));
+    const __m256 f = _mm256_set_m128(_mm256_cvtpd_ps(high), _mm256_cvtpd_ps(low));
+    _mm256_storeu_ps(out, f);
+    const __m256i mantissa =
+        _mm256_and_si256(_mm256_castps_si256(f), _mm256_set1_epi32(kMantissaMask));
+    const __m256i edge =
+        _mm256_or_si256(_mm256_cmpeq_epi32(mantissa, _mm256_setzero_si256()),
+                        _mm256_cmpeq_epi32(mantissa, _mm256_set1_epi32(kMantissaMask)));
+    const __m256i magnitude =
+        _mm256_and_si256(_mm256_castps_si256(v), _mm256_set1_epi32(0x7fffffff));
+    const __m256i inRange =
+        _mm256_andnot_si256(_mm256_cmpgt_epi32(_mm256_set1_epi32(kSmallestBits), magnitude),
+                            _mm256_cmpgt_epi32(_mm256_set1_epi32(kLargestBits), magnitude));
+    const __m256i flagged = _mm256_or_si256(edge, _mm256_xor_si256(inRange, _mm256_set1_epi32(-1)));
+    return static_cast<unsigned int>(_mm256_movemask_ps(_mm256_castsi256_ps(flagged))) |
+           nearMidpoint(low) | (nearMidpoint(high) << 4);
+}
+
+// The stretch in groups of eight with AVX2, a last short group through a padded copy; the
+// flagged lanes' indices appended to flagged.
+[[gnu::target("avx2,fma,popcnt")]] void eightLaneStretch(const float* x, float* out,
+                                                         unsigned int count, Flagged& flagged) {
+    for (unsigned int i = 0; i < count; i += 8) {
+        unsigned int mask;
+        if (i + 8 <= count) {
+            mask = eightLanes(x + i, out + i);
+        } else {
+            float paddedX[8] = {};
+            float paddedOut[8];
+            std::memcpy(paddedX, x + i, (count - i) * sizeof(float));
+            mask = eightLanes(paddedX, paddedOut) & ((1u << (count - i)) - 1u);
+            std::memcpy(out + i, paddedOut, (count - i) * sizeof(float));
+        }
+        const __m256i packed = _mm256_add_epi32(
+            _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(kLanePacks[mask]))),
+            _mm256_set1_epi32(static_cast<int>(i)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(flagged.indices + flagged.count), packed);
+        flagged.count += static_cast<unsigned int>(__builtin_popcount(mask));
     }
 }
 
 // GCC 12's AVX-512 intrinsics initialise their placeholder operands from themselves, which
-// -Wuninitialized reports wherever they are inlined (fixed in later GCC); nothing here reads
-// an uninitialised value.
+// -Wuninitialized and -Wmaybe-uninitialized report wherever they are inlined (fixed in later
+// GCC); nothing here reads an uninitialised value.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wuninitialized"
-// Thirty-two lanes with AVX-512F: four chains of eight doubles, the same operations as
-// scalarLane in the same order, so every lane gives what the AVX2 and scalar forms give, in
-// half the instructions of thirtyTwoLanes.
-[[gnu::target("avx512f")]] void thirtyTwoWideLanes(const float* x, float* out) {
-    constexpr int kChains = 4;
-    __m512d r[kChains];
-    __m512d t[kChains];
-    __m512d q[kChains];
-    __m512i odd[kChains];
-#pragma GCC unroll 4
-    for (int j = 0; j < kChains; ++j) {
-        const __m512d d = _mm512_cvtps_pd(_mm256_loadu_ps(x + 8 * j));
-        const __m512d n = _mm512_roundscale_pd(_mm512_mul_pd(d, _mm512_set1_pd(kInversePi)),
-                                               _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-        r[j] = _mm512_sub_pd(_mm512_sub_pd(d, _mm512_mul_pd(n, _mm512_set1_pd(kPiHigh))),
-                             _mm512_mul_pd(n, _mm512_set1_pd(kPiLow)));
-        t[j] = _mm512_mul_pd(r[j], r[j]);
-        q[j] = _mm512_add_pd(_mm512_mul_pd(_mm512_set1_pd(kQ5), t[j]), _mm512_set1_pd(kQ4));
-        // An odd n flips the sign: its lowest bit, moved to the sign bit.
-        const __m256i ni = _mm512_cvtpd_epi32(n);
-        odd[j] = _mm512_slli_epi64(
-            _mm512_cvtepi32_epi64(_mm256_and_si256(ni, _mm256_set1_epi32(1))), 63);
-    }
-    for (const double c : {kQ3, kQ2, kQ1, kQ0}) {
-#pragma GCC unroll 4
-        for (int j = 0; j < kChains; ++j) {
-            q[j] = _mm512_add_pd(_mm512_mul_pd(q[j], t[j]), _mm512_set1_pd(c));
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
+// sineOf for eight doubles.
+[[gnu::target("avx512f,fma"), gnu::always_inline]] inline __m512d sineOf(__m512d d) {
+    const __m512d k =
+        _mm512_fmadd_pd(d, _mm512_set1_pd(kInversePi), _mm512_set1_pd(kRoundingMagic));
+    const __m512d n = _mm512_sub_pd(k, _mm512_set1_pd(kRoundingMagic));
+    __m512d r = _mm512_fnmadd_pd(n, _mm512_set1_pd(kPiHigh), d);
+    r = _mm512_fnmadd_pd(n, _mm512_set1_pd(kPiLow), r);
+    const __m512d t = _mm512_mul_pd(r, r);
+    __m512d q = _mm512_fmadd_pd(_mm512_set1_pd(kQ4), t, _mm512_set1_pd(kQ3));
+    q = _mm512_fmadd_pd(q, t, _mm512_set1_pd(kQ2));
+    q = _mm512_fmadd_pd(q, t, _mm512_set1_pd(kQ1));
+    q = _mm512_fmadd_pd(q, t, _mm512_set1_pd(kQ0));
+    const __m512d y = _mm512_fmadd_pd(_mm512_mul_pd(r, t), q, r);
+    const __m512i sign = _mm512_slli_epi64(_mm512_castpd_si512(k), 63);
+    return _mm512_castsi512_pd(_mm512_xor_si512(_mm512_castpd_si512(y), sign));
+}
+
+[[gnu::target("avx512f"), gnu::always_inline]] inline __mmask8 nearMidpoint(__m512d y) {
+    const __m512i dropped =
+        _mm512_and_si512(_mm512_castpd_si512(y), _mm512_set1_epi64(kDroppedMask));
+    const __m512i distance =
+        _mm512_abs_epi64(_mm512_sub_epi64(dropped, _mm512_set1_epi64(kMidpoint)));
+    return _mm512_cmple_epi64_mask(distance, _mm512_set1_epi64(kBandBits));
+}
+
+// Sixteen lanes of v: their floats in f, one bit per lane that sinf must decide returned.
+[[gnu::target("avx512f,fma"), gnu::always_inline]] inline __mmask16 sixteenLanes(__m512 v,
+                                                                                 __m512& f) {
+    const __m512d low = sineOf(_mm512_cvtps_pd(_mm512_castps512_ps256(v)));
+    const __m512d high =
+        sineOf(_mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(v), 1))));
+    f = _mm512_castpd_ps(
+        _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(_mm512_cvtpd_ps(low))),
+                           _mm256_castps_pd(_mm512_cvtpd_ps(high)), 1));
+    const __m512i mantissa =
+        _mm512_and_si512(_mm512_castps_si512(f), _mm512_set1_epi32(kMantissaMask));
+    const __mmask16 edge = _mm512_cmpeq_epi32_mask(mantissa, _mm512_setzero_si512()) |
+                           _mm512_cmpeq_epi32_mask(mantissa, _mm512_set1_epi32(kMantissaMask));
+    const __m512i magnitude =
+        _mm512_and_si512(_mm512_castps_si512(v), _mm512_set1_epi32(0x7fffffff));
+    const __mmask16 inRange =
+        _mm512_cmplt_epu32_mask(_mm512_sub_epi32(magnitude, _mm512_set1_epi32(kSmallestBits)),
+                                _mm512_set1_epi32(kLargestBits - kSmallestBits));
+    const unsigned int near =
+        nearMidpoint(low) | (static_cast<unsigned int>(nearMidpoint(high)) << 8);
+    return static_cast<__mmask16>(near | edge | (~inRange & 0xffffu));
+}
+
+// The stretch in groups of sixteen with AVX-512F, the last short group through masked loads
+// and stores; the flagged lanes' indices appended to flagged.
+[[gnu::target("avx512f,fma,popcnt")]] void sixteenLaneStretch(const float* x, float* out,
+                                                              unsigned int count,
+                                                              Flagged& flagged) {
+    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    for (unsigned int i = 0; i < count; i += 16) {
+        __m512 f;
+        __mmask16 mask;
+        if (i + 16 <= count) {
+            mask = sixteenLanes(_mm512_loadu_ps(x + i), f);
+            _mm512_storeu_ps(out + i, f);
+        } else {
+            const auto valid = static_cast<__mmask16>((1u << (count - i)) - 1u);
+            mask = sixteenLanes(_mm512_maskz_loadu_ps(valid, x + i), f) & valid;
+            _mm512_mask_storeu_ps(out + i, valid, f);
         }
-    }
-    __m256 f[kChains];
-    unsigned int near[kChains];
-#pragma GCC unroll 4
-    for (int j = 0; j < kChains; ++j) {
-        const __m512d unsignedY =
-            _mm512_mul_pd(r[j], _mm512_add_pd(_mm512_set1_pd(1.0), _mm512_mul_pd(t[j], q[j])));
-        const __m512d y =
-            _mm512_castsi512_pd(_mm512_xor_si512(_mm512_castpd_si512(unsignedY), odd[j]));
-        f[j] = _mm512_cvtpd_ps(y);
-        // nearMidpoint's test: the gap |y - f| against (0.5 - kBand) times the spacing of
-        // floats at f, formed from f's exponent field.
-        const __m256i bits = _mm256_castps_si256(f[j]);
-        const __m256 spacing = _mm256_castsi256_ps(_mm256_sub_epi32(
-            _mm256_and_si256(bits, _mm256_set1_epi32(0x7f800000)), _mm256_set1_epi32(23 << 23)));
-        const __m512d gap = _mm512_abs_pd(_mm512_sub_pd(y, _mm512_cvtps_pd(f[j])));
-        const __m512d limit = _mm512_mul_pd(_mm512_cvtps_pd(spacing), _mm512_set1_pd(0.5 - kBand));
-        near[j] = _mm512_cmp_pd_mask(gap, limit, _CMP_GT_OQ);
-    }
-#pragma GCC unroll 2
-    for (int k = 0; k < 2; ++k) {
-        const __m512 value = _mm512_castpd_ps(_mm512_insertf64x4(
-            _mm512_castpd256_pd512(_mm256_castps_pd(f[2 * k])), _mm256_castps_pd(f[2 * k + 1]), 1));
-        const __mmask16 nearAll = static_cast<__mmask16>(near[2 * k] | (near[2 * k + 1] << 8));
-        // A power of two (zero mantissa) is flagged, as in eightLanes; so are lanes outside
-        // kSmallest <= |x| < kLargest, NaN included.
-        const __mmask16 powerOfTwo =
-            _mm512_testn_epi32_mask(_mm512_castps_si512(value), _mm512_set1_epi32(0x007fffff));
-        const __m512 xAbs = _mm512_abs_ps(_mm512_loadu_ps(x + 16 * k));
-        const __mmask16 inRange = _mm512_cmp_ps_mask(xAbs, _mm512_set1_ps(kSmallest), _CMP_GE_OQ) &
-                                  _mm512_cmp_ps_mask(xAbs, _mm512_set1_ps(kLargest), _CMP_LT_OQ);
-        const __mmask16 flagged = static_cast<__mmask16>(nearAll | powerOfTwo | ~inRange);
-        _mm512_storeu_ps(out + 16 * k, _mm512_mask_blend_ps(flagged, value, _mm512_set1_ps(NAN)));
+        // Compressed in a register and stored whole: some processors store a compressed
+        // vector to memory slowly.
+        const __m512i indices = _mm512_add_epi32(lanes, _mm512_set1_epi32(static_cast<int>(i)));
+        _mm512_storeu_si512(flagged.indices + flagged.count,
+                            _mm512_maskz_compress_epi32(mask, indices));
+        flagged.count += static_cast<unsigned int>(__builtin_popcount(mask));
     }
 }
 #pragma GCC diagnostic pop
+
+// Which lane form the processor has within LaneChoice's limit: 16, 8, or 1 (one by one).
+unsigned int sineLanes() {
+    const unsigned int lanes = LaneChoice::inUse();
+    if (!__builtin_cpu_supports("fma")) return 1;
+    if (lanes >= 16) return 16;
+    if (lanes >= 8) return 8;
+    return 1;
+}
 #endif
 
-// The flagged lanes from sinf itself, in a second pass. NaN marks them; a NaN input is
-// flagged too and gets sinf's NaN. Their indices are collected without a branch per lane
-// (which lanes are flagged follows no pattern a predictor could learn), then each gets sinf.
-void settleFlagged(const float* x, float* out, unsigned int count) {
-    constexpr unsigned int kStretch = 256;
-    unsigned int flagged[kStretch];
-    for (unsigned int start = 0; start < count; start += kStretch) {
-        const unsigned int end = count - start < kStretch ? count : start + kStretch;
-        unsigned int found = 0;
-        for (unsigned int i = start; i < end; ++i) {
-            flagged[found] = i;
-            found += out[i] != out[i] ? 1u : 0u;
+// One stretch of at most kStretch values: every lane in the widest form, then sinf for the
+// flagged ones, collected in the first pass.
+void evaluateStretch(const float* x, float* out, unsigned int count, unsigned int lanes) {
+    Flagged flagged;
+#if defined(__x86_64__)
+    if (lanes == 16) {
+        sixteenLaneStretch(x, out, count, flagged);
+    } else if (lanes == 8) {
+        eightLaneStretch(x, out, count, flagged);
+    }
+#endif
+    if (lanes == 1) {
+        for (unsigned int i = 0; i < count; ++i) {
+            flagged.indices[flagged.count] = i;
+            flagged.count += scalarLane(x[i], out[i]) ? 1u : 0u;
         }
-        for (unsigned int k = 0; k < found; ++k) out[flagged[k]] = sinf(x[flagged[k]]);
+    }
+    for (unsigned int k = 0; k < flagged.count; ++k) {
+        const unsigned int i = flagged.indices[k];
+        out[i] = sinf(x[i]);
     }
 }
 
 }  // namespace
 
-// The lanes of the widest form the processor has within the limit, then one at a time, then
-// sinf for the flagged ones.
 void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
-    unsigned int i = 0;
 #if defined(__x86_64__)
-    const unsigned int lanes = LaneChoice::inUse();
-    if (lanes >= 16) {
-        for (; i + 32 <= count; i += 32) thirtyTwoWideLanes(x + i, out + i);
-    }
-    if (lanes >= 8) {
-        for (; i + 32 <= count; i += 32) thirtyTwoLanes(x + i, out + i);
-        for (; i + 8 <= count; i += 8) eightLanes(x + i, out + i);
-    }
+    const unsigned int lanes = sineLanes();
+#else
+    const unsigned int lanes = 1;
 #endif
-    for (; i < count; ++i) out[i] = scalarLane(x[i]);
-    settleFlagged(x, out, count);
+    for (unsigned int start = 0; start < count; start += kStretch) {
+        const unsigned int stretch = count - start < kStretch ? count - start : kStretch;
+        evaluateStretch(x + start, out + start, stretch, lanes);
+    }
 }
 
 }  // namespace ostrana::audio

@@ -46,24 +46,52 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
     }
 
     // count steps at once: values[i] receives, bit for bit, what the i-th of count calls of
-    // process(sampleRate) would return, and the phase ends where those calls leave it. Each step
-    // still loads the four parameters once, as process does. The steps' sine arguments are
-    // formed first and their sines taken after, in a loop that does nothing else, so that the
-    // calls overlap instead of waiting on the work around them.
+    // process(sampleRate) would return, and the phase ends where those calls leave it. The
+    // steps run in runs of up to kStepsAtOnce, and each run loads the four parameters once, in
+    // process's order: a change made while a block runs lands between two runs, so between two
+    // samples, as with process. With the vector sine (SineChoice), a run's phases are walked in
+    // exact stretches and their sines taken many at a time; with sinf, the run's sine arguments
+    // are formed first and their sines taken after, in a loop that does nothing else, so that
+    // the calls overlap instead of waiting on the work around them.
     void processBlock(int sampleRate, float* values, unsigned int count) {
+        if (SineChoice::usesVectorSine()) {
+            processBlockWithVectorSine(sampleRate, values, count);
+            return;
+        }
         for (unsigned int done = 0; done < count; done += kStepsAtOnce) {
             const unsigned int steps = count - done < kStepsAtOnce ? count - done : kStepsAtOnce;
             processSteps(sampleRate, values + done, steps);
         }
     }
 
+    // The most steps that processBlock takes with one load of the parameters.
+    static constexpr unsigned int kStepsAtOnce = 64;
+
   private:
     static constexpr double kTwoPi = 6.283185307179586;
 
-    // values[i] = sinf(arguments[i]), bit for bit, for many values at once, by the vector sine:
-    // processSteps calls it when SineChoice names that sine.
+    // The four parameters as a step loads them.
+    struct Parameters {
+        float offset;
+        float amplitude;
+        float phaseOffset;
+        float frequency;
+    };
+    // One load of each parameter, in process's order.
+    Parameters loadParameters() const {
+        Parameters loaded;
+        loaded.offset = offset_.load(std::memory_order_relaxed);
+        loaded.amplitude = amplitude_.load(std::memory_order_relaxed);
+        loaded.phaseOffset = phaseOffset_.load(std::memory_order_relaxed);
+        loaded.frequency = frequency_.load(std::memory_order_relaxed);
+        return loaded;
+    }
+
+    // processBlock on the vector sine.
+    void processBlockWithVectorSine(int sampleRate, float* values, unsigned int count);
+    // values[i] = sinf(arguments[i]) by the vector sine. Nothing here calls it any more; it
+    // stays for programs built against earlier headers, whose inline processBlock calls it.
     static void sines(const float* arguments, float* values, unsigned int count);
-    static constexpr unsigned int kStepsAtOnce = 64;
 
     // 1 / sampleRate, formed in double and narrowed, whenever the rate differs from the last.
     void followRate(int sampleRate) {
@@ -86,29 +114,21 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
                                   static_cast<double>(phaseOffset));
     }
 
-    // processBlock for at most kStepsAtOnce steps. The rate is the same for every step, so it is
-    // followed once, before the first.
+    // One run of processBlock on sinf, at most kStepsAtOnce steps. The rate is the same for
+    // every step, so it is followed once, before the first.
     void processSteps(int sampleRate, float* values, unsigned int steps) {
         followRate(sampleRate);
+        const Parameters run = loadParameters();
         float arguments[kStepsAtOnce];
-        float amplitudes[kStepsAtOnce];
-        float offsets[kStepsAtOnce];
         float phase = phase_;
         for (unsigned int i = 0; i < steps; ++i) {
-            offsets[i] = offset_.load(std::memory_order_relaxed);
-            amplitudes[i] = amplitude_.load(std::memory_order_relaxed);
-            const float phaseOffset = phaseOffset_.load(std::memory_order_relaxed);
-            arguments[i] = argumentOf(phase, phaseOffset);
-            phase = advance(phase, frequency_.load(std::memory_order_relaxed));
+            arguments[i] = argumentOf(phase, run.phaseOffset);
+            phase = advance(phase, run.frequency);
         }
         phase_ = phase;
         // sinf itself stays inline here: a call further out costs the short blocks.
-        if (SineChoice::usesVectorSine()) {
-            sines(arguments, values, steps);
-        } else {
-            for (unsigned int i = 0; i < steps; ++i) values[i] = sinf(arguments[i]);
-        }
-        for (unsigned int i = 0; i < steps; ++i) values[i] = values[i] * amplitudes[i] + offsets[i];
+        for (unsigned int i = 0; i < steps; ++i) values[i] = sinf(arguments[i]);
+        for (unsigned int i = 0; i < steps; ++i) values[i] = values[i] * run.amplitude + run.offset;
     }
 
     static_assert(std::atomic<float>::is_always_lock_free);
