@@ -5,7 +5,9 @@
 namespace ostrana::extensions::audioeffects {
 
 SweptDelayRenderer::Lanes SweptDelayRenderer::lanesInUse() {
-    return audio::LaneChoice::inUse() >= 8 ? Lanes::kEight : Lanes::kFour;
+    const unsigned int lanes = audio::LaneChoice::inUse();
+    if (lanes >= 16) return Lanes::kSixteen;
+    return lanes >= 8 ? Lanes::kEight : Lanes::kFour;
 }
 
 }  // namespace ostrana::extensions::audioeffects

@@ -9,6 +9,7 @@
 #include "nodes/SweptDelayEightLanes.h"
 #include "nodes/SweptDelayFourLanes.h"
 #include "nodes/SweptDelayKernel.h"
+#include "nodes/SweptDelaySixteenLanes.h"
 
 namespace ostrana::extensions::audioeffects {
 
@@ -41,8 +42,9 @@ class SweptDelayRenderer : SweptDelayKernel {
 
   private:
     // How many frames of a channel the line work takes in one step where it can: four (SSE2),
-    // or eight on processors with AVX2. Both give the same values, bit for bit.
-    enum class Lanes { kFour, kEight };
+    // eight on processors with AVX2, sixteen with AVX-512F. All give the same values, bit for
+    // bit.
+    enum class Lanes { kFour, kEight, kSixteen };
 
     // The widest lanes this processor runs within LaneChoice's limit.
     static Lanes lanesInUse();
@@ -72,11 +74,33 @@ class SweptDelayRenderer : SweptDelayKernel {
         runFourOrSingle<kRecipe>(channel, frame + 4, stepped(w, 4), swings + 4, wetGain, feedback);
     }
 
+    // Sixteen frames of a channel from frame on, at w: in one step where it can, else as two
+    // runs of eight.
+    template <SweepRecipe kRecipe>
+    [[gnu::always_inline]] static void runSixteenOrEight(const Channel& channel,
+                                                         unsigned int frame, int w,
+                                                         const float* swings, float wetGain,
+                                                         float feedback) {
+#if defined(__x86_64__)
+        if (SweptDelaySixteenLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback))
+            return;
+#endif
+        runEightOrFour<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        runEightOrFour<kRecipe>(channel, frame + 8, stepped(w, 8), swings + 8, wetGain, feedback);
+    }
+
     // renderLines in the widest lanes in use.
     template <SweepRecipe kRecipe, unsigned int kChannels>
     static void renderHoisted(const Block& block) {
 #if defined(__x86_64__)
-        if (lanesInUse() == Lanes::kEight) return renderEightLanes<kRecipe, kChannels>(block);
+        switch (lanesInUse()) {
+            case Lanes::kSixteen:
+                return renderSixteenLanes<kRecipe, kChannels>(block);
+            case Lanes::kEight:
+                return renderEightLanes<kRecipe, kChannels>(block);
+            case Lanes::kFour:
+                break;
+        }
 #endif
         renderLines<kRecipe, kChannels, Lanes::kFour>(block);
     }
@@ -87,6 +111,12 @@ class SweptDelayRenderer : SweptDelayKernel {
     template <SweepRecipe kRecipe, unsigned int kChannels>
     [[gnu::target("avx2"), gnu::flatten]] static void renderEightLanes(const Block& block) {
         renderLines<kRecipe, kChannels, Lanes::kEight>(block);
+    }
+
+    // renderLines compiled for AVX-512F, for processors that have it.
+    template <SweepRecipe kRecipe, unsigned int kChannels>
+    [[gnu::target("avx512f"), gnu::flatten]] static void renderSixteenLanes(const Block& block) {
+        renderLines<kRecipe, kChannels, Lanes::kSixteen>(block);
     }
 #endif
 
@@ -129,7 +159,18 @@ class SweptDelayRenderer : SweptDelayKernel {
                 }
             }
             unsigned int i = 0;
-            if constexpr (kLanes == Lanes::kEight) {
+            if constexpr (kLanes == Lanes::kSixteen) {
+                for (; i + 16 <= count; i += 16) {
+#pragma GCC unroll 2
+                    for (unsigned int c = 0; c < kChannels; ++c) {
+                        runSixteenOrEight<kRecipe>(channels[c], start + i, w,
+                                                   swings[kRecipe.oscillatorPerChannel ? c : 0] + i,
+                                                   wetGain, feedback);
+                    }
+                    w = stepped(w, 16);
+                }
+            }
+            if constexpr (kLanes != Lanes::kFour) {
                 for (; i + 8 <= count; i += 8) {
 #pragma GCC unroll 2
                     for (unsigned int c = 0; c < kChannels; ++c) {
