@@ -7,8 +7,8 @@ namespace ostrana::audio {
 
 namespace {
 
-// How many steps from phase stay on one exact run, and the step of that run; 0 steps where
-// the next step must be taken one at a time.
+// How many steps from phase stay on one exact run (at most wanted), and the step of that run;
+// 0 steps where the next step must be taken one at a time.
 struct Run {
     unsigned int length;
     float step;
@@ -18,7 +18,7 @@ struct Run {
 constexpr float kSmallestPhase = 0x1p-100f;
 constexpr std::uint32_t kExponentOne = 1u << 23;
 
-Run runFrom(float phase, float increment) {
+Run runFrom(float phase, float increment, unsigned int wanted) {
     if (!(increment > 0.0f && increment < 1.0f && phase >= kSmallestPhase && phase < 1.0f)) {
         return Run{0, 0.0f};
     }
@@ -36,9 +36,14 @@ Run runFrom(float phase, float increment) {
         return Run{0, 0.0f};
     }
     const float step = next - phase;  // exact: both lie in the binade
-    if (step == 0.0f) return Run{~0u, 0.0f};
-    // Whole spacings from the phase to the top and in one step: phase + j * step stays below
-    // the top for j up to (room - 1) / perStep, each of those steps rounding alike.
+    // All the steps wanted, where the last of them stays below the top (exact in double).
+    if (static_cast<double>(phase) + static_cast<double>(wanted) * static_cast<double>(step) <
+        static_cast<double>(top)) {
+        return Run{wanted, step};
+    }
+    // Whole spacings from the phase to the top and in one step (at least one: a step of 0 took
+    // every step wanted above): phase + j * step stays below the top for j up to
+    // (room - 1) / perStep, each of those steps rounding alike.
     const auto room = static_cast<std::uint32_t>((top - phase) / spacing);
     const auto perStep = static_cast<std::uint32_t>(step / spacing);
     return Run{(room - 1) / perStep, step};
@@ -57,7 +62,7 @@ Run runFrom(float phase, float increment) {
 float PhaseWalk::walk(float phase, float increment, float* phases, unsigned int steps) {
     unsigned int i = 0;
     while (i < steps) {
-        const Run run = runFrom(phase, increment);
+        const Run run = runFrom(phase, increment, steps - i);
         if (run.length == 0) {
             phases[i++] = phase;
             phase = step(phase, increment);
