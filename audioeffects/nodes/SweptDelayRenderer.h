@@ -131,7 +131,7 @@ class SweptDelayRenderer : SweptDelayKernel {
     // so none of these splits changes a value.
     template <SweepRecipe kRecipe, unsigned int kChannels, Lanes kLanes>
     static void renderLines(const Block& block) {
-        constexpr unsigned int kChunk = 64;
+        constexpr unsigned int kChunk = 256;
         constexpr unsigned int kOscillators = kRecipe.oscillatorPerChannel ? kChannels : 1;
         const unsigned int frames = block.input.getNumberOfFrames();
         const unsigned int rate = block.input.getSampleRate();

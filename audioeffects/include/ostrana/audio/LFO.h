@@ -65,7 +65,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
     }
 
     // The most steps that processBlock takes with one load of the parameters.
-    static constexpr unsigned int kStepsAtOnce = 64;
+    static constexpr unsigned int kStepsAtOnce = 256;
 
   private:
     static constexpr double kTwoPi = 6.283185307179586;
