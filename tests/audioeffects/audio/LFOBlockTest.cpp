@@ -4,13 +4,20 @@
 #include <cmath>
 #include <cstdint>
 #include <random>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include <ostrana/audio/LFO.h>
 
+#include "audioeffects/audio/LaneLimit.h"
+#include "audioeffects/audio/SineSwitch.h"
+
 namespace {
 
 using ostrana::audio::LFO;
+using ostrana::audiotest::LaneLimit;
+using ostrana::audiotest::SineSwitch;
 
 std::uint32_t bitsOf(float value) {
     return std::bit_cast<std::uint32_t>(value);
@@ -38,7 +45,18 @@ void expectBlockMatchesSingleSteps(LFO& single, LFO& block, int sampleRate, unsi
     ASSERT_EQ(bitsOf(block.getPhase()), bitsOf(single.getPhase()));
 }
 
-TEST(LFOBlock, MatchesSingleStepsOverTheNodesSettings) {
+// Every test runs with sinf and with the vector sine in each of its lane widths (a width the
+// processor lacks runs as the next narrower one).
+class LFOBlock : public ::testing::TestWithParam<std::tuple<bool, unsigned int>> {
+  protected:
+    LFOBlock() : sine_(std::get<0>(GetParam())), lanes_(std::get<1>(GetParam())) {}
+
+  private:
+    SineSwitch sine_;
+    LaneLimit lanes_;
+};
+
+TEST_P(LFOBlock, MatchesSingleStepsOverTheNodesSettings) {
     // The settings of the chorus, flanger and vibrato oscillators, over a minute at 48 kHz.
     const float settings[][2] = {
         {0.2f, 0.0f}, {0.2f, 1.5707964f}, {0.4f, 1.5707964f}, {4.0f, 0.0f}};
@@ -51,7 +69,7 @@ TEST(LFOBlock, MatchesSingleStepsOverTheNodesSettings) {
     }
 }
 
-TEST(LFOBlock, MatchesSingleStepsForEveryBlockLength) {
+TEST_P(LFOBlock, MatchesSingleStepsForEveryBlockLength) {
     LFO single = makeOscillator(3.7f, 0.9f, -0.1f, 0.3f);
     LFO block = single;
     for (unsigned int count = 0; count <= 300; ++count) {
@@ -59,7 +77,7 @@ TEST(LFOBlock, MatchesSingleStepsForEveryBlockLength) {
     }
 }
 
-TEST(LFOBlock, MatchesSingleStepsWithRandomParametersRatesAndLengths) {
+TEST_P(LFOBlock, MatchesSingleStepsWithRandomParametersRatesAndLengths) {
     std::mt19937 generator(20261121);
     std::uniform_real_distribution<float> frequency(-50.0f, 2000.0f);
     std::uniform_real_distribution<float> gain(-2.0f, 2.0f);
@@ -88,7 +106,7 @@ TEST(LFOBlock, MatchesSingleStepsWithRandomParametersRatesAndLengths) {
     }
 }
 
-TEST(LFOBlock, FollowsARateChangeOnlyOnce) {
+TEST_P(LFOBlock, FollowsARateChangeOnlyOnce) {
     // Each rate's reciprocal is formed at the block's first step, as the first single call
     // does; the block's first value already uses the new step size for the phase after it.
     LFO single = makeOscillator(1.0f, 1.0f, 0.0f, 0.0f);
@@ -99,7 +117,7 @@ TEST(LFOBlock, FollowsARateChangeOnlyOnce) {
     expectBlockMatchesSingleSteps(single, block, 48000, 100);
 }
 
-TEST(LFOBlock, KeepsTheUnwrappedAndNotANumberCases) {
+TEST_P(LFOBlock, KeepsTheUnwrappedAndNotANumberCases) {
     // A step of more than a cycle grows the phase past 1; a negative frequency takes it below
     // 0 for good; a rate of 0 after a real one makes the step and the phase infinite and every
     // later value not a number. The block must do exactly what the single calls do in each case.
@@ -123,7 +141,7 @@ TEST(LFOBlock, KeepsTheUnwrappedAndNotANumberCases) {
     EXPECT_TRUE(std::isnan(later));
 }
 
-TEST(LFOBlock, ZeroStepsChangeNothing) {
+TEST_P(LFOBlock, ZeroStepsChangeNothing) {
     LFO lfo = makeOscillator(5.0f, 1.0f, 0.0f, 0.0f);
     for (int i = 0; i < 3; ++i) lfo.process(48000);
     const float phase = lfo.getPhase();
@@ -132,5 +150,67 @@ TEST(LFOBlock, ZeroStepsChangeNothing) {
     EXPECT_EQ(untouched, 7.0f);
     EXPECT_EQ(bitsOf(lfo.getPhase()), bitsOf(phase));
 }
+
+// The phases of a block are walked in exact runs within each binade of the phase; these
+// settings cross binades, wrap, and put the increment exactly halfway between two multiples of
+// a binade's float spacing, where the additions round to even and the steps alternate.
+TEST_P(LFOBlock, MatchesSingleStepsAcrossBinadesWrapsAndHalfwayIncrements) {
+    // At 2^20 Hz the rate's reciprocal is exactly 2^-20, so frequency * 2^-20 is exact.
+    constexpr int kRate = 1 << 20;
+    const float frequencies[] = {
+        3.0f / 32.0f,   // 1.5 spacings of [0.5, 1): every step there a tie
+        5.0f / 32.0f,   // 2.5 spacings of [0.5, 1), 5 of [0.25, 0.5)
+        1.0f / 32.0f,   // half a spacing of [0.5, 1): the phase stops there
+        0.75f / 32.0f,  // less than half a spacing of [0.5, 1)
+        1000.0f,        // a few hundred spacings
+        262144.0f,      // a quarter cycle per step
+        524287.9f,      // just under half a cycle per step
+        1048575.0f,     // almost a whole cycle per step
+    };
+    for (const float frequency : frequencies) {
+        // Each starting at a phase of 1/4, 1/2 and 3/4, reached by quarter-cycle steps, and at
+        // one float spacing above each (an odd multiple of it, where a halfway step first
+        // rounds the other way).
+        for (int start = 2; start <= 7; ++start) {
+            const int quarters = start / 2;
+            SCOPED_TRACE(::testing::Message() << "frequency " << frequency << " from phase "
+                                              << quarters << "/4" << (start % 2 ? " + 1" : ""));
+            LFO single = makeOscillator(262144.0f, 0.5f, 0.5f, 1.5707964f);
+            for (int i = 0; i < quarters; ++i) single.process(kRate);
+            const float quarterPhase = 0.25f * static_cast<float>(quarters);
+            ASSERT_EQ(single.getPhase(), quarterPhase);
+            if (start % 2 != 0) {
+                // A step of one spacing: 2^-24 of the phase's power of two above it.
+                single.setFrequency(std::ldexp(quarters == 1 ? 1.0f : 2.0f, -5));
+                single.process(kRate);
+                ASSERT_EQ(single.getPhase(), std::nextafter(quarterPhase, 1.0f));
+            }
+            single.setFrequency(frequency);
+            LFO block = single;
+            for (unsigned int count : {7u, 1u, 64u, 255u, 256u, 257u, 1000u}) {
+                expectBlockMatchesSingleSteps(single, block, kRate, count);
+            }
+        }
+    }
+    // From phases just below each power of two down to 2^-30, where a step crosses binades.
+    for (int exponent = 1; exponent <= 30; ++exponent) {
+        LFO single = makeOscillator(0.2f, 1.0f, 0.0f, 0.0f);
+        const float target = std::ldexp(1.0f, -exponent);
+        while (single.getPhase() < target) single.process(48000);
+        LFO block = single;
+        expectBlockMatchesSingleSteps(single, block, 48000, 300);
+    }
+}
+
+std::string sineAndLanesName(const ::testing::TestParamInfo<std::tuple<bool, unsigned int>>& info) {
+    const auto [vectorSine, lanes] = info.param;
+    return (vectorSine ? std::string("VectorSine") : std::string("Sinf")) + "AtMost" +
+           std::to_string(lanes) + "Lanes";
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySineAndWidth, LFOBlock,
+                         ::testing::Values(std::make_tuple(false, 16u), std::make_tuple(true, 16u),
+                                           std::make_tuple(true, 8u), std::make_tuple(true, 1u)),
+                         sineAndLanesName);
 
 }  // namespace

@@ -1,6 +1,7 @@
-// The chorus, flanger and vibrato run their delay lines four or eight frames of a channel at a
-// time (eight with AVX2). Each width, and the nodes at their defaults over many oscillator
-// cycles, must give exactly what the plain rendering gives.
+// The chorus, flanger and vibrato run their delay lines four, eight or sixteen frames of a
+// channel at a time (eight with AVX2, sixteen with AVX-512F), and their oscillators on the
+// vector sine or on sinf. Each width with each sine, and the nodes at their defaults over many
+// oscillator cycles, must give exactly what the plain rendering gives.
 
 #include <gtest/gtest.h>
 
@@ -14,12 +15,14 @@
 #include <ostrana/audioeffects/VibratoNode.h>
 
 #include "audioeffects/audio/LaneLimit.h"
+#include "audioeffects/audio/SineSwitch.h"
 #include "audioeffects/nodes/ModulationTestSupport.h"
 
 namespace {
 
 using ostrana::audio::LaneChoice;
 using ostrana::audiotest::LaneLimit;
+using ostrana::audiotest::SineSwitch;
 using ostrana::extensions::audioeffects::ChorusNode;
 using ostrana::extensions::audioeffects::FlangerNode;
 using ostrana::extensions::audioeffects::VibratoNode;
@@ -37,11 +40,12 @@ constexpr unsigned int kRate = 48000;
 // the line, negative sweeps, oscillators faster than a sample), through a node built for two
 // channels with the lanes limited, and through the plain rendering.
 template <typename Node>
-void expectLanesMatchPlainRendering(const ReferenceEffect& effect, unsigned int lanes,
-                                    unsigned int channels, std::uint32_t seed) {
+void expectLanesMatchPlainRendering(const ReferenceEffect& effect, bool vectorSine,
+                                    unsigned int lanes, unsigned int channels, std::uint32_t seed) {
     if (lanes > LaneChoice::widestOnThisProcessor()) {
         GTEST_SKIP() << "this processor has no " << lanes << " lanes";
     }
+    const SineSwitch sine(vectorSine);
     const LaneLimit limit(lanes);
     const std::vector<BlockSetting> schedule =
         randomSchedule(seed, 6 * kRate, kRate, channels, {1, 5, 8, 13, 32, 64, 256, 512, 4096},
@@ -51,32 +55,36 @@ void expectLanesMatchPlainRendering(const ReferenceEffect& effect, unsigned int 
                                           randomSignal(channels, totalFrames(schedule), seed + 1));
 }
 
-class LaneWidth : public ::testing::TestWithParam<std::tuple<unsigned int, unsigned int>> {};
+using SineLanesChannels = std::tuple<bool, unsigned int, unsigned int>;
+
+class LaneWidth : public ::testing::TestWithParam<SineLanesChannels> {};
 
 TEST_P(LaneWidth, ChorusMatchesThePlainRendering) {
-    const auto [lanes, channels] = GetParam();
-    expectLanesMatchPlainRendering<ChorusNode>(kChorus, lanes, channels, 11 + channels);
+    const auto [vectorSine, lanes, channels] = GetParam();
+    expectLanesMatchPlainRendering<ChorusNode>(kChorus, vectorSine, lanes, channels, 11 + channels);
 }
 
 TEST_P(LaneWidth, FlangerMatchesThePlainRendering) {
-    const auto [lanes, channels] = GetParam();
-    expectLanesMatchPlainRendering<FlangerNode>(kFlanger, lanes, channels, 23 + channels);
+    const auto [vectorSine, lanes, channels] = GetParam();
+    expectLanesMatchPlainRendering<FlangerNode>(kFlanger, vectorSine, lanes, channels,
+                                                23 + channels);
 }
 
 TEST_P(LaneWidth, VibratoMatchesThePlainRendering) {
-    const auto [lanes, channels] = GetParam();
-    expectLanesMatchPlainRendering<VibratoNode>(kVibrato, lanes, channels, 37 + channels);
+    const auto [vectorSine, lanes, channels] = GetParam();
+    expectLanesMatchPlainRendering<VibratoNode>(kVibrato, vectorSine, lanes, channels,
+                                                37 + channels);
 }
 
-std::string laneWidthName(
-    const ::testing::TestParamInfo<std::tuple<unsigned int, unsigned int>>& info) {
-    const auto [lanes, channels] = info.param;
-    return std::string(lanes == 8 ? "EightLanes" : "FourLanes") +
+std::string laneWidthName(const ::testing::TestParamInfo<SineLanesChannels>& info) {
+    const auto [vectorSine, lanes, channels] = info.param;
+    return std::string(vectorSine ? "VectorSine" : "Sinf") + std::to_string(lanes) + "Lanes" +
            (channels == 1 ? "Mono" : "Stereo");
 }
 
-INSTANTIATE_TEST_SUITE_P(FourAndEight, LaneWidth,
-                         ::testing::Combine(::testing::Values(4u, 8u), ::testing::Values(1u, 2u)),
+INSTANTIATE_TEST_SUITE_P(EveryWidthAndSine, LaneWidth,
+                         ::testing::Combine(::testing::Bool(), ::testing::Values(4u, 8u, 16u),
+                                            ::testing::Values(1u, 2u)),
                          laneWidthName);
 
 // A node at its defaults over twenty seconds of stereo noise in 512-frame blocks: several

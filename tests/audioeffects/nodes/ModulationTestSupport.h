@@ -19,6 +19,8 @@
 #include <ostrana/sdk/AudioBusFormat.h>
 
 #include "audioeffects/EveryNodeType.h"
+#include "audioeffects/audio/LaneLimit.h"
+#include "audioeffects/audio/SineSwitch.h"
 #include "audioeffects/nodes/NodeTestSupport.h"
 
 // Helpers shared by the chorus, flanger and vibrato tests: planar signals, block schedules with
@@ -639,12 +641,24 @@ inline void expectCatalogueNodeMatchesPlainRendering(std::string_view shortName,
                                                      std::uint32_t seed) {
     const auto* entry = extensions::audioeffects::EffectCatalogue::find(shortName);
     ASSERT_NE(entry, nullptr) << shortName;
-    const std::unique_ptr<SingleBusAudioProcessorNode> node = testing::createProcessor(*entry);
-    ASSERT_NE(node, nullptr);
-    CatalogueNodeProcessor processor{*entry, *node};
-    expectProcessorMatchesPlainRendering(processor, effect, 48000, 2, seed, seed + 1,
-                                         {effect.sweepWidth, 0.0f, effect.sweepWidth * 0.5f},
-                                         {effect.frequency, 0.3f, effect.frequency * 2.0f});
+    // On sinf and on the vector sine, and in every lane width of the line work (a width the
+    // processor lacks runs as the next narrower one), a fresh node each time.
+    for (const bool vectorSine : {true, false}) {
+        for (const unsigned int lanes : {16u, 8u, 4u}) {
+            SCOPED_TRACE(::testing::Message() << (vectorSine ? "vector sine" : "sinf")
+                                              << ", at most " << lanes << " lanes");
+            const audiotest::SineSwitch sine(vectorSine);
+            const audiotest::LaneLimit limit(lanes);
+            const std::unique_ptr<SingleBusAudioProcessorNode> node =
+                testing::createProcessor(*entry);
+            ASSERT_NE(node, nullptr);
+            CatalogueNodeProcessor processor{*entry, *node};
+            expectProcessorMatchesPlainRendering(
+                processor, effect, 48000, 2, seed, seed + 1,
+                {effect.sweepWidth, 0.0f, effect.sweepWidth * 0.5f},
+                {effect.frequency, 0.3f, effect.frequency * 2.0f});
+        }
+    }
 }
 
 // The same in stereo blocks of one size at 48 kHz.
