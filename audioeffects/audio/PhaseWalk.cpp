@@ -7,18 +7,13 @@ namespace ostrana::audio {
 
 namespace {
 
-// How many steps from phase stay on one exact run (at most wanted), and the step of that run;
-// 0 steps where the next step must be taken one at a time.
-struct Run {
-    unsigned int length;
-    float step;
-};
-
 // Phases below this are taken one at a time: their binade's spacing is no normal float.
 constexpr float kSmallestPhase = 0x1p-100f;
 constexpr std::uint32_t kExponentOne = 1u << 23;
 
-Run runFrom(float phase, float increment, unsigned int wanted) {
+}  // namespace
+
+PhaseWalk::Run PhaseWalk::runFrom(float phase, float increment, unsigned int wanted) {
     if (!(increment > 0.0f && increment < 1.0f && phase >= kSmallestPhase && phase < 1.0f)) {
         return Run{0, 0.0f};
     }
@@ -47,33 +42,6 @@ Run runFrom(float phase, float increment, unsigned int wanted) {
     const auto room = static_cast<std::uint32_t>((top - phase) / spacing);
     const auto perStep = static_cast<std::uint32_t>(step / spacing);
     return Run{(room - 1) / perStep, step};
-}
-
-// phases[j] = start + j * step for j < count: exact for the runs above, where both are whole
-// numbers of the spacing and their sum stays below the top. Built for the widest vectors the
-// processor has.
-[[gnu::target_clones("avx512f", "avx2", "default")]] void fillRun(float* phases, float start,
-                                                                  float step, int count) {
-    for (int j = 0; j < count; ++j) phases[j] = start + static_cast<float>(j) * step;
-}
-
-}  // namespace
-
-float PhaseWalk::walk(float phase, float increment, float* phases, unsigned int steps) {
-    unsigned int i = 0;
-    while (i < steps) {
-        const Run run = runFrom(phase, increment, steps - i);
-        if (run.length == 0) {
-            phases[i++] = phase;
-            phase = step(phase, increment);
-            continue;
-        }
-        const unsigned int length = run.length < steps - i ? run.length : steps - i;
-        fillRun(phases + i, phase, run.step, static_cast<int>(length));
-        phase += static_cast<float>(length) * run.step;
-        i += length;
-    }
-    return phase;
 }
 
 }  // namespace ostrana::audio

@@ -89,6 +89,8 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
 
     // processBlock on the vector sine.
     void processBlockWithVectorSine(int sampleRate, float* values, unsigned int count);
+    // Where processBlockWithVectorSine's phase walk puts each step (LFO.cpp).
+    struct ArgumentSink;
     // values[i] = sinf(arguments[i]) by the vector sine. Nothing here calls it any more; it
     // stays for programs built against earlier headers, whose inline processBlock calls it.
     static void sines(const float* arguments, float* values, unsigned int count);
