@@ -163,6 +163,11 @@ std::vector<ErrorCase> errorCases() {
          {"IN", "OUT", "--node", "delay", "--blok", "3"},
          2,
          {"--blok", "did you mean '--block'?"}},
+        // The missing --node is the consequence; the misspelling is what to report.
+        {"MisspeltRequiredOption",
+         {"IN", "OUT", "--nod", "delay"},
+         2,
+         {"unknown option '--nod'", "did you mean '--node'?"}},
         {"OptionMissingItsValue",
          {"IN", "OUT", "--node", "--quiet"},
          2,
