@@ -233,8 +233,7 @@ int CommandLine::run(int argc, char** argv) {
 
     std::string describedType;
     CLI::App* describe = app.add_subcommand("describe", "Print a node type's descriptor as JSON");
-    describe
-        ->add_option("TYPE", describedType, "Fully qualified node type, e.g. AudioEffects.Chorus")
+    describe->add_option("TYPE", describedType, "Node type, by short name (chorus) or full name")
         ->required();
 
     std::string paramsType;
