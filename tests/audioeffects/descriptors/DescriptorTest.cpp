@@ -13,11 +13,14 @@
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
+#include "sdk/PropertyLookupError.h"
+
 namespace {
 
 using ostrana::NodeTypeInfo;
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
+using ostrana::testing::propertyLookupError;
 using namespace ostrana::extensions::audioeffects;
 
 // One node class's descriptor and the identity it must carry.
@@ -53,15 +56,6 @@ std::vector<Identity> recordsWithoutProperties() {
         if (std::string(identity.subtype) != "PingPongDelay") records.push_back(identity);
     }
     return records;
-}
-
-std::string lookupError(const NodeTypeInfo& info, const std::string& key) {
-    try {
-        (void)info.getProperty(key);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "(no error)";
 }
 
 void expectSameRecord(const NodeTypeInfo& actual, const NodeTypeInfo& expected) {
@@ -125,15 +119,15 @@ TEST(EffectDescriptors, EveryLookupOnARecordWithoutPropertiesFails) {
         SCOPED_TRACE(identity.subtype);
         const NodeTypeInfo info = identity.build();
         for (const char* key : {"delayMs", "enabled", "dryMix", "sweepWidth", "frequency", ""}) {
-            EXPECT_EQ(lookupError(info, key), std::string("[NodeTypeInfo] Property key '") + key +
-                                                  "' not found for node type '" +
-                                                  identity.fullName + "'.");
+            EXPECT_EQ(propertyLookupError(info, key), std::string("[NodeTypeInfo] Property key '") +
+                                                          key + "' not found for node type '" +
+                                                          identity.fullName + "'.");
         }
     }
 }
 
 TEST(EffectDescriptors, DelayRecordHasNoDelayProperty) {
-    EXPECT_EQ(lookupError(DelayNode::getNodeTypeInfo(), "delayMs"),
+    EXPECT_EQ(propertyLookupError(DelayNode::getNodeTypeInfo(), "delayMs"),
               "[NodeTypeInfo] Property key 'delayMs' not found for node type "
               "'AudioEffects.Delay'.");
 }
@@ -260,7 +254,7 @@ TEST(PingPongDescriptor, NoSchemaNamesItselfOrCarriesExtras) {
 }
 
 TEST(PingPongDescriptor, LookupOfTheEmptyKeyFails) {
-    EXPECT_EQ(lookupError(PingPongDelayNode::getNodeTypeInfo(), ""),
+    EXPECT_EQ(propertyLookupError(PingPongDelayNode::getNodeTypeInfo(), ""),
               "[NodeTypeInfo] Property key '' not found for node type "
               "'AudioEffects.PingPongDelay'.");
 }
@@ -268,7 +262,7 @@ TEST(PingPongDescriptor, LookupOfTheEmptyKeyFails) {
 TEST(PingPongDescriptor, KeysAreCaseSensitive) {
     const NodeTypeInfo info = PingPongDelayNode::getNodeTypeInfo();
     EXPECT_NO_THROW((void)info.getProperty("delayMs"));
-    EXPECT_EQ(lookupError(info, "DelayMs"),
+    EXPECT_EQ(propertyLookupError(info, "DelayMs"),
               "[NodeTypeInfo] Property key 'DelayMs' not found for node type "
               "'AudioEffects.PingPongDelay'.");
 }
