@@ -471,10 +471,14 @@ class NodeProgram {
 
 }  // namespace
 
+unsigned int ostrana::fuzz::nodeTypeChoices() {
+    return static_cast<unsigned int>(EffectCatalogue::nodeTypes().size());
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteReader reader(data, size);
     const std::span<const NodeTypeEntry> types = EffectCatalogue::nodeTypes();
-    const std::size_t index = reader.takeIndex(static_cast<unsigned int>(types.size()));
+    const std::size_t index = reader.takeIndex(ostrana::fuzz::nodeTypeChoices());
     const std::unique_ptr<SingleBusAudioProcessorNode> node =
         ostrana::fuzz::createProcessor(types[index], ostrana::XVAnyMap{}, kFuzzer);
     NodeProgram(types[index], habitsOf(index), *node).run(reader);
