@@ -42,10 +42,6 @@ struct PingPongState : EchoParameters {
     PingPongState()
         : leftDelayLine(std::make_unique<float[]>(kRingLength)),
           rightDelayLine(std::make_unique<float[]>(kRingLength)) {}
-    ~PingPongState() {
-        leftDelayLine.reset();
-        rightDelayLine.reset();
-    }
 
     unsigned int lastDelayMs = 0;
     unsigned int delaySamples = 0;
