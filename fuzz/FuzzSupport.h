@@ -23,4 +23,9 @@ std::unique_ptr<SingleBusAudioProcessorNode> createProcessor(
     const extensions::audioeffects::NodeTypeEntry& entry, const XVAnyMap& configuration,
     const char* fuzzer);
 
+// How many node types the first byte of an input picks from (by its value modulo this number).
+// Each fuzz target defines it for the types it drives; the replay tests run every seed once
+// per choice, so that each of those types meets each seed.
+unsigned int nodeTypeChoices();
+
 }  // namespace ostrana::fuzz

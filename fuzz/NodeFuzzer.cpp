@@ -18,7 +18,7 @@
 //   the output bus, and a refused block leaves the output bus untouched;
 // - the direct process always returns true;
 // - a bypassed node, or one given a block it cannot take, passes its input through unchanged.
-//   A node is bypassed when its "enabled" switch is off, or when a whole-number parameter is 0
+//   A node is bypassed when its on/off switch is off, or when a whole-number parameter is 0
 //   that makes a fresh node of its type pass its input through.
 
 #include <algorithm>
@@ -304,7 +304,7 @@ class NodeProgram {
   public:
     NodeProgram(const NodeTypeEntry& entry, const TypeHabits& habits,
                 SingleBusAudioProcessorNode& node)
-        : entry_(entry), habits_(habits), enabled_(entry.findParameter("enabled")), node_(node) {}
+        : entry_(entry), habits_(habits), onOffSwitch_(entry.onOffSwitch()), node_(node) {}
 
     void run(ByteReader& reader) {
         for (unsigned int op = 0; op < kMaxOperations && !reader.empty(); ++op) {
@@ -339,7 +339,7 @@ class NodeProgram {
     }
 
     bool isBypassing() {
-        if (enabled_ != nullptr && !std::get<bool>(enabled_->read(node_))) return true;
+        if (onOffSwitch_ != nullptr && !std::get<bool>(onOffSwitch_->read(node_))) return true;
         for (const NodeParameter* parameter : habits_.bypassingAtZero) {
             if (std::get<unsigned int>(parameter->read(node_)) == 0) return true;
         }
@@ -464,17 +464,21 @@ class NodeProgram {
 
     const NodeTypeEntry& entry_;
     const TypeHabits& habits_;
-    const NodeParameter* enabled_;
+    const NodeParameter* onOffSwitch_;
     SingleBusAudioProcessorNode& node_;
     unsigned int budget_ = kFrameBudget;
 };
 
 }  // namespace
 
+unsigned int ostrana::fuzz::nodeTypeChoices() {
+    return static_cast<unsigned int>(EffectCatalogue::nodeTypes().size());
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteReader reader(data, size);
     const std::span<const NodeTypeEntry> types = EffectCatalogue::nodeTypes();
-    const std::size_t index = reader.takeIndex(static_cast<unsigned int>(types.size()));
+    const std::size_t index = reader.takeIndex(ostrana::fuzz::nodeTypeChoices());
     const std::unique_ptr<SingleBusAudioProcessorNode> node =
         ostrana::fuzz::createProcessor(types[index], ostrana::XVAnyMap{}, kFuzzer);
     NodeProgram(types[index], habitsOf(index), *node).run(reader);

@@ -515,12 +515,15 @@ class PropertyProgram {
 
 }  // namespace
 
+unsigned int ostrana::fuzz::nodeTypeChoices() {
+    return static_cast<unsigned int>(typesWithProperties().size());
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteReader reader(data, size);
     const std::vector<TypeWithProperties>& types = typesWithProperties();
     require(!types.empty(), "some catalogued node type declares host properties");
-    const TypeWithProperties& type =
-        types[reader.takeIndex(static_cast<unsigned int>(types.size()))];
+    const TypeWithProperties& type = types[reader.takeIndex(ostrana::fuzz::nodeTypeChoices())];
     const XVAnyMap configuration = takeMap(reader, type.keys, 0);
     const std::unique_ptr<SingleBusAudioProcessorNode> node =
         ostrana::fuzz::createProcessor(*type.entry, configuration, kFuzzer);

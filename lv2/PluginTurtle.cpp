@@ -14,8 +14,6 @@ using extensions::audioeffects::ParameterUnit;
 
 constexpr const char* kLicense = "<http://opensource.org/licenses/isc>";
 constexpr const char* kProjectName = "OstranaAudioEffects";
-// The switch that hosts may use as the plug-in's bypass.
-constexpr std::string_view kEnabledSwitch = "enabled";
 
 // units:ms, units:s, units:hz, or nothing.
 std::string unitLine(ParameterUnit unit) {
@@ -23,12 +21,14 @@ std::string unitLine(ParameterUnit unit) {
     return name.empty() ? "" : "        units:unit units:" + name + " ;\n";
 }
 
-std::string kindLines(const NodeParameter& parameter) {
+// The port's kind; the effect's on/off switch is designated as the plug-in's bypass, which
+// hosts may use as such.
+std::string kindLines(const NodeParameter& parameter, bool isOnOffSwitch) {
     switch (parameter.kind) {
         case ParameterKind::Switch:
-            return parameter.name == kEnabledSwitch ? "        lv2:portProperty lv2:toggled ;\n"
-                                                      "        lv2:designation lv2:enabled ;\n"
-                                                    : "        lv2:portProperty lv2:toggled ;\n";
+            return isOnOffSwitch ? "        lv2:portProperty lv2:toggled ;\n"
+                                   "        lv2:designation lv2:enabled ;\n"
+                                 : "        lv2:portProperty lv2:toggled ;\n";
         case ParameterKind::WholeNumber:
             return "        lv2:portProperty lv2:integer ;\n";
         case ParameterKind::RealNumber:
@@ -105,7 +105,8 @@ std::string PluginTurtle::controlPort(const PluginVariant& variant, std::size_t 
     lines += "        lv2:default " + TurtleText::number(definition.defaultValue) + " ;\n";
     lines += "        lv2:minimum " + TurtleText::number(definition.minimum) + " ;\n";
     lines += "        lv2:maximum " + TurtleText::number(definition.maximum) + " ;\n";
-    lines += unitLine(definition.unit) + kindLines(definition);
+    lines += unitLine(definition.unit) +
+             kindLines(definition, &definition == variant.entry->onOffSwitch());
     return closePort(lines);
 }
 

@@ -94,19 +94,40 @@ std::vector<std::string> optionNames(const CLI::App& command) {
     return names;
 }
 
-// A suggestion for the first word that looks like an option the command does not have.
-std::string suggestForExtras(const CLI::App& app, const std::vector<std::string>& words) {
+// The words that look like options ("--name" or "--name=value") that the chosen command
+// does not have, by name, in the order given.
+std::vector<std::string> unknownOptions(const CLI::App& app, const std::vector<std::string>& words,
+                                        std::vector<std::string>& known) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     const CLI::App& command = chosen.empty() ? app : *chosen.front();
-    const std::vector<std::string> known = optionNames(command);
+    known = optionNames(command);
+    std::vector<std::string> unknown;
     for (const std::string& word : words) {
         if (word.size() < 3 || word.compare(0, 2, "--") != 0) continue;
         const std::string name = word.substr(0, word.find('='));
-        if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+        if (std::find(known.begin(), known.end(), name) == known.end()) unknown.push_back(name);
+    }
+    return unknown;
+}
+
+// A suggestion for the first word that looks like an option the command does not have.
+std::string suggestForExtras(const CLI::App& app, const std::vector<std::string>& words) {
+    std::vector<std::string> known;
+    for (const std::string& name : unknownOptions(app, words, known)) {
         const std::string text = Suggestion::didYouMean(name, known);
         if (!text.empty()) return text;
     }
     return "";
+}
+
+// A required option reported missing because it was misspelt ("--nod delay"): the misspelling
+// is what the user needs to hear about, with its suggestion; "" when no word is unknown.
+std::string misspeltOption(const CLI::App& app, const std::vector<std::string>& words) {
+    std::vector<std::string> known;
+    const std::vector<std::string> unknown = unknownOptions(app, words, known);
+    if (unknown.empty()) return "";
+    return "unknown option '" + unknown.front() + "'" +
+           Suggestion::didYouMean(unknown.front(), known);
 }
 
 // One line: newlines in library messages become spaces.
@@ -170,8 +191,9 @@ std::string CommandLine::renderFooter() {
         "\n"
         "Formats: OUT's extension chooses the container (wav, flac, ogg, aiff, au, caf, w64,\n"
         "mp3, ...); the sample format follows the input unless --format names one. Float output\n"
-        "holds exactly the samples the nodes computed. '-' reads standard input or writes\n"
-        "standard output (streaming formats only there: --type au, flac, ogg, mp3 or raw).\n"
+        "holds exactly the samples the nodes computed. '-' writes standard output (streaming\n"
+        "formats only there: --type au, flac, ogg, mp3 or raw) or reads standard input (wav,\n"
+        "aiff, au, caf, w64 or ogg: libsndfile reads FLAC and MP3 only from a file).\n"
         "\n"
         "Example: ostrana-fx render in.wav out.flac --node delay --set delayMs=350 "
         "--node chorus";
@@ -211,8 +233,7 @@ int CommandLine::run(int argc, char** argv) {
 
     std::string describedType;
     CLI::App* describe = app.add_subcommand("describe", "Print a node type's descriptor as JSON");
-    describe
-        ->add_option("TYPE", describedType, "Fully qualified node type, e.g. AudioEffects.Chorus")
+    describe->add_option("TYPE", describedType, "Node type, by short name (chorus) or full name")
         ->required();
 
     std::string paramsType;
@@ -290,20 +311,20 @@ int CommandLine::run(int argc, char** argv) {
                                Suggestion::didYouMean(argv[1], commands) +
                                " (commands: " + TextList::join(commands) + "; see --help)");
     }
+    const std::vector<std::string> words(argv + 1, argv + argc);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& done) {
         return app.exit(done);  // --help, --version: prints it, exit status 0
     } catch (const CLI::ExtrasError& error) {
-        return reportError(parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-                           std::string(error.what()) +
-                               suggestForExtras(app,
-                                                [&] {
-                                                    std::vector<std::string> words(argv + 1,
-                                                                                   argv + argc);
-                                                    return words;
-                                                }()) +
-                               " (see --help)");
+        return reportError(
+            parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
+            std::string(error.what()) + suggestForExtras(app, words) + " (see --help)");
+    } catch (const CLI::RequiredError& error) {
+        const std::string misspelt = misspeltOption(app, words);
+        return reportError(
+            parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
+            (misspelt.empty() ? std::string(error.what()) : misspelt) + " (see --help)");
     } catch (const CLI::ParseError& error) {
         return reportError(parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
                            std::string(error.what()) + " (see --help)");

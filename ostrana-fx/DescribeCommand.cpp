@@ -6,7 +6,7 @@
 namespace ostrana::fx {
 
 void DescribeCommand::run(const std::string& type, std::ostream& out) {
-    const NodeTypeInfo info = NodeCatalog::findType(type, "TYPE");
+    const NodeTypeInfo info = NodeCatalog::findType(NodeCatalog::resolve(type, "TYPE"), "TYPE");
     out << DescriptorJson::fromNodeTypeInfo(info).dump(2) << "\n";
 }
 

@@ -8,7 +8,8 @@ namespace ostrana::fx {
 // `ostrana-fx describe TYPE`: the node type's descriptor as indented JSON.
 class DescribeCommand {
   public:
-    // Throws a usage CommandError listing the known types when type is unknown.
+    // type is a short name or a fully qualified type name, in any case. Throws a usage
+    // CommandError listing the known types when it names none.
     static void run(const std::string& type, std::ostream& out);
 };
 

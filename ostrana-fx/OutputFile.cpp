@@ -55,6 +55,23 @@ std::string temporaryName(const std::string& destination) {
     return (fs::path(folderOf(destination)) / name).string();
 }
 
+// The descriptor of standard output or error that path names ("-", /dev/stdout, /dev/fd/1,
+// /proc/self/fd/1 and the same for 2), or -1. Writing to the descriptor itself keeps what the
+// shell set up (a pipe, or a file opened with > or >>) rather than replacing the file that its
+// link in /proc happens to name.
+int standardDescriptor(const std::string& path) {
+    if (path == kStandardOutput) return STDOUT_FILENO;
+    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+        const std::string number = std::to_string(descriptor);
+        const std::string name = descriptor == STDOUT_FILENO ? "stdout" : "stderr";
+        if (path == "/dev/" + name || path == "/dev/fd/" + number ||
+            path == "/proc/self/fd/" + number) {
+            return descriptor;
+        }
+    }
+    return -1;
+}
+
 mode_t creationMode() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -64,8 +81,9 @@ mode_t creationMode() {
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path) : path_(path) {
-    if (path == kStandardOutput) {
-        descriptor_ = STDOUT_FILENO;
+    const int standard = standardDescriptor(path);
+    if (standard >= 0) {
+        descriptor_ = standard;
         ownsDescriptor_ = false;
         direct_ = true;
         directType_ = 0;
@@ -148,6 +166,10 @@ void OutputFile::keepOwnerAndMode() {
         // Not permitted: the new file keeps this process's owner.
     }
     fchmod(descriptor_, mode_);
+}
+
+bool OutputFile::standardOutput() const {
+    return !ownsDescriptor_ && descriptor_ == STDOUT_FILENO;
 }
 
 bool OutputFile::seekable() const {

@@ -15,8 +15,9 @@ namespace ostrana::fx {
 // owner and group where the process may set them; a file with further hard links is
 // rewritten in place at commit, so that every link sees the new contents.
 //
-// Anything else (a device, a FIFO, a terminal, "-" for standard output) is written to
-// directly, with no temporary file.
+// Anything else (a device, a FIFO, a terminal) is written to directly, with no temporary
+// file; so are "-" and /dev/stdout (and /dev/stderr, /dev/fd/1 or 2, /proc/self/fd/1 or 2),
+// which write to the descriptor the process has, whatever it is: also a regular file.
 class OutputFile {
   public:
     // Throws a failure CommandError that names path when it cannot be opened.
@@ -31,6 +32,8 @@ class OutputFile {
     bool seekable() const;
     // Whether the output is written directly rather than through a temporary file.
     bool direct() const { return direct_; }
+    // Whether the output is this process's standard output (so messages must go elsewhere).
+    bool standardOutput() const;
     // "standard output", "a FIFO", "a terminal"...: what a direct output is, for messages.
     std::string kindText() const;
     const std::string& path() const { return path_; }

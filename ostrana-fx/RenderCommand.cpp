@@ -139,7 +139,7 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     writer.commit();
     if (!options.quiet) {
         // Audio written to standard output leaves it to the audio alone.
-        printSummary(outputPath == "-" ? errors : out, statistics, chain, source.channels(),
+        printSummary(writer.toStandardOutput() ? errors : out, statistics, chain, source.channels(),
                      source.sampleRate(), outputPath);
     }
 }
@@ -157,6 +157,11 @@ void RenderCommand::run(const RenderOptions& options, std::ostream& out, std::os
         throw CommandError::usage("--output-dir '" + options.outputDirectory +
                                   "': not a directory");
     }
+    // What does not depend on an input is checked once, before any input is read: a chain
+    // or a --type that cannot work refuses the whole batch as a usage error.
+    NodeChain chain;
+    buildChain(options, chain);
+    if (!options.typeName.empty()) SoundFileFormat::containerForPath("", options.typeName);
     std::size_t failed = 0;
     for (const std::string& input : options.files) {
         try {

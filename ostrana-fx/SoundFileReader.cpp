@@ -42,7 +42,8 @@ void SoundFileReader::openStandardInput() {
         throw CommandError::usage(cannotRead(
             "standard input", std::string(sf_strerror(nullptr)) +
                                   "; from a pipe, libsndfile reads only formats that stream, "
-                                  "such as WAV, AU, FLAC or raw (or give a file name)"));
+                                  "such as WAV, AIFF, AU, CAF, W64 or OGG (not FLAC or MP3; "
+                                  "give a file name for those)"));
     }
 }
 

@@ -34,6 +34,8 @@ class SoundFileWriter {
 
     const std::string& path() const { return output_.path(); }
     int format() const { return format_; }
+    // Whether the audio goes to standard output ("-", /dev/stdout), which then holds nothing else.
+    bool toStandardOutput() const { return output_.standardOutput(); }
 
   private:
     std::string cannotWrite(const std::string& reason) const;

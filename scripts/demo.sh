@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the release build and runs the demo: a built-in test
-# signal rendered through each of the five effects, written as WAV files to demo-out/.
+# signal rendered through every effect of the catalogue, written as WAV files to demo-out/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

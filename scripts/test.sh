@@ -8,6 +8,19 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 
 failed=()
+failed_tests=()
+
+# The names of the tests that failed in a preset's last run (at most 20), as CTest recorded them.
+failed_test_names() {
+    local log
+    case "$1" in
+        release) log=build ;;
+        *) log="build-$1" ;;
+    esac
+    log="$log/Testing/Temporary/LastTestsFailed.log"
+    if [ -f "$log" ]; then cut -d: -f2- "$log" | head -n 20; else echo "(no record of them)"; fi
+}
+
 for preset in release asan tsan; do
     echo "=== $preset: build"
     if ! scripts/build.sh "$preset"; then
@@ -15,7 +28,10 @@ for preset in release asan tsan; do
         continue
     fi
     echo "=== $preset: tests"
-    ctest --preset "$preset" || failed+=("$preset tests")
+    if ! ctest --preset "$preset"; then
+        failed+=("$preset tests")
+        failed_tests+=("$preset" "$(failed_test_names "$preset")")
+    fi
     if [ "$preset" = release ]; then
         echo "=== release: the installed tree without the build tree"
         scripts/check-installed-tree.sh || failed+=("installed tree")
@@ -28,6 +44,11 @@ if [ -x scripts/run-fuzzers.sh ]; then
 fi
 
 if [ ${#failed[@]} -ne 0 ]; then
+    # Named again at the end, where a log's last lines show them.
+    for ((i = 0; i < ${#failed_tests[@]}; i += 2)); do
+        echo "=== ${failed_tests[i]}: failed tests"
+        echo "${failed_tests[i + 1]}"
+    done
     echo "FAILED: ${failed[*]}"
     exit 1
 fi

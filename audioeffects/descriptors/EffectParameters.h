@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <ostrana/audioeffects/ParameterDefinition.h>
 
 // What each effect's parameters are: written here once. The nodes start from these defaults,
@@ -23,11 +25,16 @@ namespace ostrana::extensions::audioeffects::parameters {
 using enum ParameterKind;
 using enum ParameterUnit;
 
+// The on/off switch of every effect, on by default; only its wording differs.
+constexpr ParameterDefinition enabledSwitch(std::string_view description) {
+    return {"enabled", Switch, true, false, true, None, description};
+}
+
 // The echo shared by the delay and the ping-pong delay. Only the switch's wording differs.
-inline constexpr ParameterDefinition kDelayEnabled{
-    "enabled", Switch, true, false, true, None, "Enable or disable the delay effect."};
-inline constexpr ParameterDefinition kPingPongEnabled{
-    "enabled", Switch, true, false, true, None, "Enable or disable the ping-pong delay effect."};
+inline constexpr ParameterDefinition kDelayEnabled =
+    enabledSwitch("Enable or disable the delay effect.");
+inline constexpr ParameterDefinition kPingPongEnabled =
+    enabledSwitch("Enable or disable the ping-pong delay effect.");
 inline constexpr ParameterDefinition kDelayMs{
     "delayMs", WholeNumber, 200u, 1u, 1000u, Milliseconds, "The delay time in milliseconds."};
 inline constexpr ParameterDefinition kDryMix{
@@ -62,23 +69,42 @@ struct SweptEffectParameters {
     ParameterDefinition frequency;
 };
 
+// How far a swept effect's delay swings: 0 to maximum seconds.
+constexpr ParameterDefinition sweepWidth(float defaultValue, float maximum) {
+    return {"sweepWidth",
+            RealNumber,
+            defaultValue,
+            0.0f,
+            maximum,
+            Seconds,
+            "How far the delay swings, in seconds."};
+}
+
+// How often a swept effect's delay swings: minimum to maximum hertz.
+constexpr ParameterDefinition sweepFrequency(float defaultValue, float minimum, float maximum) {
+    return {"frequency",
+            RealNumber,
+            defaultValue,
+            minimum,
+            maximum,
+            Hertz,
+            "How often the delay swings, in hertz."};
+}
+
 inline constexpr SweptEffectParameters kChorus{
-    {"enabled", Switch, true, false, true, None, "Enable or disable the chorus effect."},
-    {"sweepWidth", RealNumber, 0.025f, 0.0f, 0.05f, Seconds,
-     "How far the delay swings, in seconds."},
-    {"frequency", RealNumber, 0.2f, 0.01f, 5.0f, Hertz, "How often the delay swings, in hertz."},
+    enabledSwitch("Enable or disable the chorus effect."),
+    sweepWidth(0.025f, 0.05f),
+    sweepFrequency(0.2f, 0.01f, 5.0f),
 };
 inline constexpr SweptEffectParameters kFlanger{
-    {"enabled", Switch, true, false, true, None, "Enable or disable the flanger effect."},
-    {"sweepWidth", RealNumber, 0.005f, 0.0f, 0.01f, Seconds,
-     "How far the delay swings, in seconds."},
-    {"frequency", RealNumber, 0.4f, 0.01f, 5.0f, Hertz, "How often the delay swings, in hertz."},
+    enabledSwitch("Enable or disable the flanger effect."),
+    sweepWidth(0.005f, 0.01f),
+    sweepFrequency(0.4f, 0.01f, 5.0f),
 };
 inline constexpr SweptEffectParameters kVibrato{
-    {"enabled", Switch, true, false, true, None, "Enable or disable the vibrato effect."},
-    {"sweepWidth", RealNumber, 0.01f, 0.0f, 0.02f, Seconds,
-     "How far the delay swings, in seconds."},
-    {"frequency", RealNumber, 4.0f, 0.1f, 14.0f, Hertz, "How often the delay swings, in hertz."},
+    enabledSwitch("Enable or disable the vibrato effect."),
+    sweepWidth(0.01f, 0.02f),
+    sweepFrequency(4.0f, 0.1f, 14.0f),
 };
 
 }  // namespace ostrana::extensions::audioeffects::parameters

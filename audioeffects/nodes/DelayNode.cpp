@@ -136,31 +136,31 @@ DelayNode::DelayNode(unsigned int numberOfChannels)
 
 DelayNode::~DelayNode() = default;
 
-bool DelayNode::getIsEnabled() {
+bool DelayNode::getIsEnabled() const {
     return internals_->isEnabled.load();
 }
 void DelayNode::setIsEnabled(bool isEnabled) {
     internals_->isEnabled.exchange(isEnabled);
 }
-float DelayNode::getDryMix() {
+float DelayNode::getDryMix() const {
     return internals_->dryMix.load();
 }
 void DelayNode::setDryMix(float dryMix) {
     internals_->dryMix.exchange(dryMix);
 }
-float DelayNode::getWetMix() {
+float DelayNode::getWetMix() const {
     return internals_->wetMix.load();
 }
 void DelayNode::setWetMix(float wetMix) {
     internals_->wetMix.exchange(wetMix);
 }
-unsigned int DelayNode::getDelayMs() {
+unsigned int DelayNode::getDelayMs() const {
     return internals_->delayMs.load();
 }
 void DelayNode::setDelayMs(unsigned int delayMs) {
     internals_->delayMs.exchange(delayMs);
 }
-float DelayNode::getFeedbackLevel() {
+float DelayNode::getFeedbackLevel() const {
     return internals_->feedbackLevel.load();
 }
 void DelayNode::setFeedbackLevel(float feedbackLevel) {

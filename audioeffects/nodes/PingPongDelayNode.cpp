@@ -1,6 +1,7 @@
 #include <atomic>
 #include <string>
-#include <utility>
+#include <string_view>
+#include <variant>
 
 #include <ostrana/audioeffects/PingPongDelayNode.h>
 #include <ostrana/sdk/Result.h>
@@ -41,10 +42,6 @@ struct PingPongState : EchoParameters {
     PingPongState()
         : leftDelayLine(std::make_unique<float[]>(kRingLength)),
           rightDelayLine(std::make_unique<float[]>(kRingLength)) {}
-    ~PingPongState() {
-        leftDelayLine.reset();
-        rightDelayLine.reset();
-    }
 
     unsigned int lastDelayMs = 0;
     unsigned int delaySamples = 0;
@@ -149,70 +146,100 @@ void processFrames(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned
     }
 }
 
-// Registers one property with its schema read back from the node's own descriptor.
-void bindProperty(PingPongDelayNode& node, const std::string& key, XVAny::Getter getter,
-                  XVAny::Setter setter) {
-    const XVAnyMap schema = PingPongDelayNode::getNodeTypeInfo().getProperty(key);
-    const XVAny getterValue(std::move(getter));
-    const XVAny setterValue(std::move(setter));
-    node.registerProperty(key, schema, getterValue, setterValue);
+// One host property: the parameter it is and the node's accessors for it, as XVAny.
+struct PropertyAccessors {
+    const ParameterDefinition* definition;
+    XVAny (*get)(const PingPongDelayNode& node);
+    void (*set)(PingPongDelayNode& node, const XVAny& value);
+};
+
+// A property held as T and read and written through kGet and kSet.
+template <typename T, T (PingPongDelayNode::*kGet)() const, void (PingPongDelayNode::*kSet)(T)>
+constexpr PropertyAccessors accessedAs(const ParameterDefinition& definition) {
+    return {&definition, [](const PingPongDelayNode& node) { return XVAny((node.*kGet)()); },
+            [](PingPongDelayNode& node, const XVAny& value) {
+                (node.*kSet)(XVAny::convert<T>(value));
+            }};
 }
 
+// The node's properties, in the order its descriptor lists them.
+using PingPong = PingPongDelayNode;
+constexpr PropertyAccessors kProperties[] = {
+    accessedAs<bool, &PingPong::getIsEnabled, &PingPong::setIsEnabled>(
+        parameters::kPingPongEnabled),
+    accessedAs<unsigned int, &PingPong::getDelayMs, &PingPong::setDelayMs>(parameters::kDelayMs),
+    accessedAs<float, &PingPong::getDryMix, &PingPong::setDryMix>(parameters::kDryMix),
+    accessedAs<float, &PingPong::getWetMix, &PingPong::setWetMix>(parameters::kWetMix),
+    accessedAs<float, &PingPong::getFeedbackLevel, &PingPong::setFeedbackLevel>(
+        parameters::kFeedbackLevel),
+};
+
+// Registers every property with its schema read back from the node's own descriptor.
 void bindProperties(PingPongDelayNode& node) {
+    const NodeTypeInfo info = PingPongDelayNode::getNodeTypeInfo();
     PingPongDelayNode* self = &node;
-    bindProperty(
-        node, "enabled", [self] { return Result<XVAny>(XVAny(self->getIsEnabled())); },
-        [self](const XVAny& value) {
-            self->setIsEnabled(XVAny::convert<bool>(value));
+    for (const PropertyAccessors& property : kProperties) {
+        const std::string name(property.definition->name);
+        const XVAny getter(
+            XVAny::Getter([self, &property] { return Result<XVAny>(property.get(*self)); }));
+        const XVAny setter(XVAny::Setter([self, &property](const XVAny& value) {
+            property.set(*self, value);
             return Result<void>();
-        });
-    bindProperty(
-        node, "delayMs", [self] { return Result<XVAny>(XVAny(self->getDelayMs())); },
-        [self](const XVAny& value) {
-            self->setDelayMs(XVAny::convert<unsigned int>(value));
-            return Result<void>();
-        });
-    bindProperty(
-        node, "dryMix", [self] { return Result<XVAny>(XVAny(self->getDryMix())); },
-        [self](const XVAny& value) {
-            self->setDryMix(XVAny::convert<float>(value));
-            return Result<void>();
-        });
-    bindProperty(
-        node, "wetMix", [self] { return Result<XVAny>(XVAny(self->getWetMix())); },
-        [self](const XVAny& value) {
-            self->setWetMix(XVAny::convert<float>(value));
-            return Result<void>();
-        });
-    bindProperty(
-        node, "feedbackLevel", [self] { return Result<XVAny>(XVAny(self->getFeedbackLevel())); },
-        [self](const XVAny& value) {
-            self->setFeedbackLevel(XVAny::convert<float>(value));
-            return Result<void>();
-        });
+        }));
+        node.registerProperty(name, info.getProperty(name), getter, setter);
+    }
 }
 
-XVAnyMap enabledSchema() {
+// A writable switch with a default and no bounds.
+XVAnyMap switchSchema(const ParameterDefinition& definition) {
     return XVAnyMap{
-        {PROPERTY_FIELD_DESCRIPTION, XVAny(std::string(parameters::kPingPongEnabled.description))},
+        {PROPERTY_FIELD_DESCRIPTION, XVAny(std::string(definition.description))},
         {PROPERTY_FIELD_TYPE, XVAny(PROPERTY_TYPE_BOOLEAN)},
         {PROPERTY_FIELD_READ_ONLY, XVAny(false)},
-        {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(parameters::kPingPongEnabled.defaultAs<bool>())},
+        {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(definition.defaultAs<bool>())},
     };
 }
 
 // A writable numeric property with a default and bounds, all held as T.
 template <typename T>
-XVAnyMap rangedSchema(const char* description, const std::string& type, T defaultValue, T minValue,
-                      T maxValue) {
+XVAnyMap rangedSchema(std::string_view description, const std::string& type, T defaultValue,
+                      T minValue, T maxValue) {
     return XVAnyMap{
-        {PROPERTY_FIELD_DESCRIPTION, XVAny(description)},
+        {PROPERTY_FIELD_DESCRIPTION, XVAny(std::string(description))},
         {PROPERTY_FIELD_TYPE, XVAny(type)},
         {PROPERTY_FIELD_DEFAULT_VALUE, XVAny(defaultValue)},
         {PROPERTY_FIELD_MIN_VALUE, XVAny(minValue)},
         {PROPERTY_FIELD_MAX_VALUE, XVAny(maxValue)},
         {PROPERTY_FIELD_READ_ONLY, XVAny(false)},
     };
+}
+
+// A whole number's schema holds signed ints, as hosts read integer properties.
+XVAnyMap wholeNumberSchema(const ParameterDefinition& definition) {
+    const auto whole = [](const ParameterValue& value) {
+        return static_cast<int>(std::get<unsigned int>(value));
+    };
+    return rangedSchema<int>(definition.description, PROPERTY_TYPE_INT,
+                             whole(definition.defaultValue), whole(definition.minimum),
+                             whole(definition.maximum));
+}
+
+XVAnyMap realNumberSchema(const ParameterDefinition& definition) {
+    return rangedSchema<float>(definition.description, PROPERTY_TYPE_FLOAT,
+                               definition.defaultAs<float>(), std::get<float>(definition.minimum),
+                               std::get<float>(definition.maximum));
+}
+
+XVAnyMap schemaOf(const ParameterDefinition& definition) {
+    switch (definition.kind) {
+        case ParameterKind::Switch:
+            return switchSchema(definition);
+        case ParameterKind::WholeNumber:
+            return wholeNumberSchema(definition);
+        case ParameterKind::RealNumber:
+            break;
+    }
+    return realNumberSchema(definition);
 }
 
 }  // namespace
@@ -294,26 +321,10 @@ NodeTypeInfo PingPongDelayNode::getNodeTypeInfo() {
     NodeTypeInfo info =
         makeEffectNodeTypeInfo("PingPongDelay", "Ping Pong Delay",
                                "Applies a ping pong delay effect to the input audio signal.");
-    namespace defined = parameters;
-    const auto whole = [](const ParameterValue& value) {
-        return static_cast<int>(std::get<unsigned int>(value));
-    };
-    const auto real = [](const ParameterDefinition& definition) {
-        return XVAny(rangedSchema<float>(std::string(definition.description).c_str(),
-                                         PROPERTY_TYPE_FLOAT, definition.defaultAs<float>(),
-                                         std::get<float>(definition.minimum),
-                                         std::get<float>(definition.maximum)));
-    };
-    info.properties = XVAnyMap{
-        {"enabled", XVAny(enabledSchema())},
-        {"delayMs", XVAny(rangedSchema<int>(
-                        std::string(defined::kDelayMs.description).c_str(), PROPERTY_TYPE_INT,
-                        whole(defined::kDelayMs.defaultValue), whole(defined::kDelayMs.minimum),
-                        whole(defined::kDelayMs.maximum)))},
-        {"dryMix", real(defined::kDryMix)},
-        {"wetMix", real(defined::kWetMix)},
-        {"feedbackLevel", real(defined::kFeedbackLevel)},
-    };
+    for (const PropertyAccessors& property : kProperties) {
+        info.properties.set(std::string(property.definition->name),
+                            XVAny(schemaOf(*property.definition)));
+    }
     return info;
 }
 

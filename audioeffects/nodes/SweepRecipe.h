@@ -21,12 +21,13 @@ struct SweepRecipe {
                                 // shared oscillator stepped once per frame
     float wetGain;              // gain of the wet signal when the dry signal is kept
     float feedback;             // share of the wet signal written back when feeding back
+    bool defaultEnabled;        // whether the effect starts on
     float defaultSweepWidth;    // depth of the swing in seconds
     float defaultFrequency;     // oscillator frequency in Hz
 };
 
-// The three effects side by side. Their starting sweep width and frequency are the catalogue's
-// defaults.
+// The three effects side by side. Their starting switch, sweep width and frequency are the
+// catalogue's defaults.
 inline constexpr SweepRecipe kChorusRecipe{
     .baseDelay = 1002.0f,
     .feedsBack = false,
@@ -35,6 +36,7 @@ inline constexpr SweepRecipe kChorusRecipe{
     .oscillatorPerChannel = true,
     .wetGain = 0.8f,
     .feedback = 0.0f,
+    .defaultEnabled = parameters::kChorus.enabled.defaultAs<bool>(),
     .defaultSweepWidth = parameters::kChorus.sweepWidth.defaultAs<float>(),
     .defaultFrequency = parameters::kChorus.frequency.defaultAs<float>()};
 inline constexpr SweepRecipe kFlangerRecipe{
@@ -45,6 +47,7 @@ inline constexpr SweepRecipe kFlangerRecipe{
     .oscillatorPerChannel = true,
     .wetGain = 0.8f,
     .feedback = 0.6f,
+    .defaultEnabled = parameters::kFlanger.enabled.defaultAs<bool>(),
     .defaultSweepWidth = parameters::kFlanger.sweepWidth.defaultAs<float>(),
     .defaultFrequency = parameters::kFlanger.frequency.defaultAs<float>()};
 inline constexpr SweepRecipe kVibratoRecipe{
@@ -55,6 +58,7 @@ inline constexpr SweepRecipe kVibratoRecipe{
     .oscillatorPerChannel = false,
     .wetGain = 0.0f,
     .feedback = 0.0f,
+    .defaultEnabled = parameters::kVibrato.enabled.defaultAs<bool>(),
     .defaultSweepWidth = parameters::kVibrato.sweepWidth.defaultAs<float>(),
     .defaultFrequency = parameters::kVibrato.frequency.defaultAs<float>()};
 

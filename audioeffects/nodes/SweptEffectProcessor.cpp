@@ -8,6 +8,7 @@ SweptEffectNode::Processor::Processor(unsigned int channels, const SweepRecipe& 
     : numberOfChannels_(channels),
       defaultFrequency_(recipe.defaultFrequency),
       lines_(SweptNodeRules::makeLines(channels)),
+      isEnabled_(recipe.defaultEnabled),
       sweepWidth_(recipe.defaultSweepWidth) {
     if (recipe.oscillatorPerChannel) {
         oscillators_.reserve(channels);

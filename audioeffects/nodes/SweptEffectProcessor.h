@@ -47,7 +47,7 @@ class SweptEffectNode::Processor {
     std::vector<audio::CircularBuffer> lines_;
     unsigned int lastSampleRate_ = 0;
     unsigned int lastNumberOfChannels_ = 0;
-    std::atomic<bool> isEnabled_{true};
+    std::atomic<bool> isEnabled_;
     std::atomic<float> sweepWidth_;
 
     static_assert(std::atomic<bool>::is_always_lock_free);

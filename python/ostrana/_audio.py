@@ -4,7 +4,7 @@ Audio is a NumPy array of shape (channels, frames), one row per channel, or a 1-
 frames for mono. float32 and float64 are taken; the result is float32 of the input's shape.
 A 2-D array with more rows than columns, or a square one with more than one row, is refused
 rather than guessed: it looks like (frames, channels), the layout soundfile returns. (So a
-piece of stereo audio needs 2 frames or more; an array of no frames is always taken as
+piece of stereo audio needs 3 frames or more; an array of no frames is always taken as
 (channels, 0).)
 """
 

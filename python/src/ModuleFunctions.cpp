@@ -18,6 +18,7 @@ namespace {
 
 using extensions::audioeffects::EffectCatalogue;
 
+// Its own join, like ostrana-fx's TextList: the front ends share no private code.
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;

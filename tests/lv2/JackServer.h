@@ -8,8 +8,16 @@
 namespace ostrana::lv2::testing {
 
 // A JACK server of its own for a test: jackd on the dummy backend at 48 kHz with periods of 256
-// frames, under a name no other server on the machine uses. Stopped (and killed if need be) on
-// destruction.
+// frames, under a name that no other test's server uses while this one runs. Stopped (and killed
+// if need be) on destruction.
+//
+// JACK keeps the names of the running servers in a table of eight entries in shared memory
+// (/dev/shm/jack-shm-registry). A server that is killed (a test that timed out, a run stopped
+// halfway) leaves its entry behind, and JACK frees that entry only when a server of the same
+// name starts again. With a new name for every server, such entries would add up until no JACK
+// server could start on the machine at all ("Too many servers already active"). So the servers
+// take their names from a few fixed ones, each held under a lock while its server runs; a name
+// left behind by a killed server is taken again, and its entry freed, by the next test.
 class JackServer {
   public:
     JackServer();
@@ -27,6 +35,7 @@ class JackServer {
 
   private:
     std::string name_;
+    int nameLock_ = -1;
     std::unique_ptr<ToolProcess> process_;
 };
 

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <optional>
 
 #include "ExpectedPlugins.h"
 #include "JackProbe.h"
@@ -55,14 +56,15 @@ class JalvRun : public ::testing::TestWithParam<ExpectedPlugin> {
 
 TEST_P(JalvRun, LoadsRunsWithPortsConnectedAndExitsCleanly) {
     JackServer server;
-    JackProbe probe(server.name(), kStartSeconds);
-    ASSERT_TRUE(probe.ok()) << "no JACK server " << server.name() << ": " << server.stop().err;
+    std::optional<JackProbe> probe;
+    probe.emplace(server.name(), kStartSeconds);
+    ASSERT_TRUE(probe->ok()) << "no JACK server " << server.name() << ": " << server.stop().err;
 
     // The same stretch with no plug-in, for comparison.
     const std::string selfInputs[2] = {"ostrana-probe:in_1", "ostrana-probe:in_2"};
     const std::string selfOutputs[2] = {"ostrana-probe:out_1", "ostrana-probe:out_2"};
-    ASSERT_TRUE(probe.connectThrough(selfInputs, selfOutputs));
-    const JackReport baseline = probe.measure(kRunSeconds);
+    ASSERT_TRUE(probe->connectThrough(selfInputs, selfOutputs));
+    const JackReport baseline = probe->measure(kRunSeconds);
     print("no plug-in (probe to itself)", baseline);
     record("baseline", baseline);
 
@@ -74,10 +76,10 @@ TEST_P(JalvRun, LoadsRunsWithPortsConnectedAndExitsCleanly) {
     const std::string inputs[2] = {client + ":in_l", client + ":in_r"};
     const std::string outputs[2] = {client + ":out_l", client + ":out_r"};
     const bool started =
-        probe.waitForPort(outputs[1], kStartSeconds) && probe.waitForPort(inputs[1], 1);
+        probe->waitForPort(outputs[1], kStartSeconds) && probe->waitForPort(inputs[1], 1);
     ASSERT_TRUE(started) << "jalv did not start: " << jalv.stop(SIGKILL, 5).err;
-    ASSERT_TRUE(probe.connectThrough(inputs, outputs));
-    const JackReport report = probe.measure(kRunSeconds);
+    ASSERT_TRUE(probe->connectThrough(inputs, outputs));
+    const JackReport report = probe->measure(kRunSeconds);
     print(GetParam().label() + " in jalv", report);
     record("plugin", report);
     EXPECT_TRUE(jalv.running()) << "jalv ended while running";
@@ -89,6 +91,9 @@ TEST_P(JalvRun, LoadsRunsWithPortsConnectedAndExitsCleanly) {
     // The sine came back through the plug-in, every sample a number.
     EXPECT_GT(report.inputEnergy, 0.0);
     EXPECT_EQ(report.nonFinite, 0u);
+    // The probe leaves before the server stops, as jalv did, so that JACK removes its
+    // semaphore from /dev/shm.
+    probe.reset();
     const ToolResult serverEnded = server.stop();
     EXPECT_FALSE(serverEnded.timedOut) << serverEnded.err;
 }

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -53,6 +54,16 @@ int openTerminal(std::string& followerName, unsigned short columns) {
     return leader;
 }
 
+// In a child about to run the program: the signals the program handles get their default
+// action and none is blocked, whatever the test runner left (a shell that starts it in the
+// background without job control ignores SIGINT, which exec would pass on).
+void resetSignals() {
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) std::signal(signalNumber, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 }  // namespace
 
 FxRun FxProcess::run(const std::vector<std::string>& arguments,
@@ -68,6 +79,20 @@ FxRun FxProcess::runWithEnvironment(const std::vector<std::string>& arguments,
 FxRun FxProcess::runWithTerminalStderr(const std::vector<std::string>& arguments,
                                        unsigned short columns) {
     return runProcess(arguments, "", true, {}, columns);
+}
+
+bool FxProcess::terminalAvailable() {
+    try {
+        std::string followerName;
+        const int leader = openTerminal(followerName, 80);
+        const int follower = open(followerName.c_str(), O_RDWR | O_NOCTTY);
+        close(leader);
+        if (follower < 0) return false;
+        close(follower);
+        return true;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
 }
 
 std::vector<std::string> FxProcess::commandLine(const std::vector<std::string>& arguments) {
@@ -87,6 +112,7 @@ int FxProcess::start(const std::vector<std::string>& arguments) {
         const int nothing = open("/dev/null", O_RDWR);
         dup2(nothing, STDOUT_FILENO);
         dup2(nothing, STDERR_FILENO);
+        resetSignals();
         execv(pointers[0], pointers.data());
         _exit(127);
     }
@@ -128,6 +154,7 @@ FxRun FxProcess::runProcess(const std::vector<std::string>& arguments,
         close(errPipe[0]);
         if (!workingDirectory.empty() && chdir(workingDirectory.c_str()) != 0) _exit(127);
         for (const std::string& variable : environment) putenv(const_cast<char*>(variable.c_str()));
+        resetSignals();
         execv(pointers[0], pointers.data());
         _exit(127);
     }

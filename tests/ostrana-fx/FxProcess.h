@@ -25,6 +25,9 @@ class FxProcess {
     // goes to a pipe.
     static FxRun runWithTerminalStderr(const std::vector<std::string>& arguments,
                                        unsigned short columns = 80);
+    // Whether this machine can give runWithTerminalStderr a pseudo terminal (a container
+    // without devpts cannot).
+    static bool terminalAvailable();
 
     // Starts the program without waiting for it; its output is discarded. Returns its pid.
     static int start(const std::vector<std::string>& arguments);

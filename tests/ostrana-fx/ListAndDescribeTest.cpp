@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,12 @@ std::string typeLinesAt(const std::string& out, std::size_t at) {
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+// text with every letter put through change (::toupper or ::tolower).
+std::string inCase(std::string text, int (*change)(int)) {
+    for (char& c : text) c = static_cast<char>(change(static_cast<unsigned char>(c)));
     return text;
 }
 
@@ -206,6 +213,23 @@ TEST(FxDescribeTest, EveryTypeHasItsDescriptorsIdentityAndProperties) {
         std::vector<std::string> described;
         for (const auto& item : json["properties"].items()) described.push_back(item.key());
         EXPECT_EQ(described, declared) << type;
+    }
+}
+
+// describe takes the names render and params take: a short name in any case, and a full name
+// in any case, and prints what the exact full name gives.
+TEST(FxDescribeTest, ShortNamesAndFullNamesInAnyCaseDescribeTheSameType) {
+    for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
+        const std::string type = entry.typeName();
+        const FxRun exact = FxProcess::run({"describe", type});
+        ASSERT_EQ(exact.exitStatus, 0) << exact.err;
+        const std::string shortName(entry.shortName);
+        for (const std::string& name : {shortName, inCase(shortName, ::toupper),
+                                        inCase(type, ::tolower), inCase(type, ::toupper)}) {
+            const FxRun run = FxProcess::run({"describe", name});
+            EXPECT_EQ(run.exitStatus, 0) << name << ": " << run.err;
+            EXPECT_EQ(run.out, exact.out) << name;
+        }
     }
 }
 

@@ -154,6 +154,56 @@ TEST_F(OutputTest, DashReadsStandardInputFromAPipe) {
     EXPECT_EQ(firstBitDifference(WavFile::read(out).samples, expected), -1);
 }
 
+// /dev/stdout names whatever standard output is; the program writes that descriptor, so a
+// file the shell opened stays the same file, and the summary goes to standard error.
+TEST_F(OutputTest, DevStdoutWritesTheDescriptorTheShellOpened) {
+    const std::string out = directory.file("out.au");
+    const std::string log = directory.file("summary.log");
+    writeBytes(out, "");
+    struct stat before {};
+    ASSERT_EQ(stat(out.c_str(), &before), 0);
+    ASSERT_EQ(
+        shell(std::string(OSTRANA_FX_PATH) + " render '" + directory.file("in.wav") +
+              "' /dev/stdout --type au --tail 0 --node delay > '" + out + "' 2> '" + log + "'"),
+        0)
+        << readBytes(log);
+    struct stat after {};
+    ASSERT_EQ(stat(out.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino) << "the file was replaced, not written";
+    EXPECT_EQ(firstBitDifference(WavFile::read(out).samples, expected), -1);
+    EXPECT_EQ(readBytes(out).find("rendered "), std::string::npos);
+    EXPECT_NE(readBytes(log).find("rendered "), std::string::npos) << readBytes(log);
+    EXPECT_EQ(directory.entries(), (std::vector<std::string>{"in.wav", "out.au", "summary.log"}));
+}
+
+// Into a pipe, the stream is the audio alone: the summary must not follow it there.
+TEST_F(OutputTest, DevStdoutIntoAPipeHoldsOnlyTheAudio) {
+    const std::string received = directory.file("received.au");
+    ASSERT_EQ(shell(std::string(OSTRANA_FX_PATH) + " render '" + directory.file("in.wav") +
+                    "' /dev/stdout --type au --tail 0 --node delay 2> /dev/null | cat > '" +
+                    received + "'"),
+              0);
+    EXPECT_EQ(readBytes(received).find("rendered "), std::string::npos);
+    EXPECT_EQ(firstBitDifference(WavFile::read(received).samples, expected), -1);
+}
+
+// libsndfile reads FLAC only from a file it can seek in: from a pipe it is refused before any
+// audio is read, with the formats that do work from a pipe.
+TEST_F(OutputTest, FlacFromAPipeIsRefusedWithTheFormatsThatWork) {
+    WavFile::write(directory.file("in.flac"), 2, kRate, input, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    const std::string log = directory.file("error.log");
+    const int status =
+        shell("cat '" + directory.file("in.flac") + "' | " + OSTRANA_FX_PATH + " render - '" +
+              directory.file("out.wav") + "' --node delay 2> '" + log + "'");
+    EXPECT_EQ(status, 2) << readBytes(log);
+    const std::string message = readBytes(log);
+    for (const char* part :
+         {"standard input", "from a pipe", "WAV", "not FLAC", "give a file name"}) {
+        EXPECT_NE(message.find(part), std::string::npos) << part << " in " << message;
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory.file("out.wav")));
+}
+
 TEST_F(OutputTest, ExtensionChoosesTheContainerAndEncodingFollowsTheInput) {
     WavFile::write(directory.file("in16.wav"), 2, kRate, input, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const struct {

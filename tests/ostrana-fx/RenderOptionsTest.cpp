@@ -263,6 +263,20 @@ TEST_F(FxRenderOptionsTest, BatchRendersEveryInputAndReportsTheOnesThatFail) {
     }
 }
 
+// A refusal that holds for every input is a usage error, said once before any is read.
+TEST_F(FxRenderOptionsTest, BatchWithAChainThatCannotWorkIsRefusedOnce) {
+    std::filesystem::create_directory(directory.file("out"));
+    WavFile::write(directory.file("second.wav"), 2, kRate, input, kFloatWav);
+    const FxRun run = FxProcess::run(
+        {"render", directory.file("in.wav"), directory.file("second.wav"), "--output-dir",
+         directory.file("out"), "--node", "delay", "--set", "delayMs=5000"});
+    EXPECT_EQ(run.exitStatus, 2) << run.err;
+    const std::size_t first = run.err.find("outside the range of 'delayMs'");
+    ASSERT_NE(first, std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find("outside the range", first + 1), std::string::npos) << run.err;
+    EXPECT_TRUE(std::filesystem::is_empty(directory.file("out")));
+}
+
 TEST_F(FxRenderOptionsTest, SummaryIsGrammatical) {
     WavFile::write(directory.file("one.wav"), 1, kRate, {0.25f}, kFloatWav);
     const FxRun run = render({"--tail", "0", "--node", "delay"}, "one.wav");

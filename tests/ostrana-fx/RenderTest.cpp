@@ -338,6 +338,7 @@ TEST(FxRenderTest, AllocatesNothingPerBlock) {
 }
 
 TEST(FxProgressBarTest, DrawnOnATerminalUnlessQuiet) {
+    if (!FxProcess::terminalAvailable()) GTEST_SKIP() << "no pseudo terminal on this machine";
     RenderFixture fixture;
     const std::vector<std::string> base{"render", fixture.inputPath(), fixture.outputPath(),
                                         "--node", "AudioEffects.Delay"};
@@ -375,6 +376,7 @@ std::vector<std::string> progressLines(const std::string& err) {
 }
 
 TEST(FxRenderTest, ProgressBarFitsTheTerminalAndShowsTheTime) {
+    if (!FxProcess::terminalAvailable()) GTEST_SKIP() << "no pseudo terminal on this machine";
     RenderFixture fixture;
     const std::vector<std::string> base{"render", fixture.inputPath(), fixture.outputPath(),
                                         "--node", "AudioEffects.Delay"};

@@ -2,7 +2,8 @@
 # Builds the two example consumers (examples/find-package with CMake, examples/pkg-config with
 # make) against an installed OstranaAudioEffects tree and runs them. Fails if a compile or link
 # line names the project's source or build tree, if a program loads a library from anywhere but
-# the installed tree, or if a program does not list the five node types and process its blocks.
+# the installed tree, or if a program does not list every node type of the catalogue and process
+# its blocks.
 #
 # Usage: consumer-check.sh PREFIX SOURCE_DIR BUILD_DIR WORK_DIR
 set -euo pipefail
@@ -26,6 +27,10 @@ check_commands() {
     done
 }
 
+# Every node type of the catalogue, as the build's ostrana-fx lists it: AudioEffects.Delay ...
+catalogue_types=$("$build_dir/bin/ostrana-fx" list | sed -nE 's/^  (AudioEffects\.[A-Za-z]+) .*/\1/p')
+[ -n "$catalogue_types" ] || fail "ostrana-fx list names no node type"
+
 # The program runs with no help from the environment, takes its libraries from the installed
 # tree, and does its job.
 check_program() {
@@ -42,8 +47,8 @@ check_program() {
     local output
     output=$(env -u LD_LIBRARY_PATH "$program")
     echo "$output"
-    for type in Delay PingPongDelay Vibrato Flanger Chorus; do
-        grep -q "AudioEffects\.$type " <<<"$output" || fail "$program does not list AudioEffects.$type"
+    for type in $catalogue_types; do
+        grep -qF "$type " <<<"$output" || fail "$program does not list $type"
     done
     grep -q "^processed 8 blocks of 512 stereo frames" <<<"$output" || fail "$program processed nothing"
 }

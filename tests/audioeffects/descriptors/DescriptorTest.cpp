@@ -1,67 +1,57 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <ostrana/audioeffects/ChorusNode.h>
 #include <ostrana/audioeffects/DelayNode.h>
-#include <ostrana/audioeffects/FlangerNode.h>
+#include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/audioeffects/PingPongDelayNode.h>
-#include <ostrana/audioeffects/VibratoNode.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>
+
+#include "audioeffects/extension/ExpectedNodeTypes.h"
+#include "sdk/PropertyLookupError.h"
 
 namespace {
 
 using ostrana::NodeTypeInfo;
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
+using ostrana::testing::propertyLookupError;
 using namespace ostrana::extensions::audioeffects;
 
-// One node class's descriptor and the identity it must carry.
+// One catalogued node type: how its descriptor is built (the node class's getNodeTypeInfo, as
+// the catalogue holds it) and the descriptor it must give, from the tests' own list.
 struct Identity {
     NodeTypeInfo (*build)();
-    const char* subtype;
-    const char* displayName;
-    const char* description;
-    const char* fullName;
+    NodeTypeInfo expected;
+    std::string fullName;
 };
 
-const std::vector<Identity>& allRecords() {
-    static const std::vector<Identity> records{
-        {&DelayNode::getNodeTypeInfo, "Delay", "Delay",
-         "Applies a delay effect to the input audio signal.", "AudioEffects.Delay"},
-        {&PingPongDelayNode::getNodeTypeInfo, "PingPongDelay", "Ping Pong Delay",
-         "Applies a ping pong delay effect to the input audio signal.",
-         "AudioEffects.PingPongDelay"},
-        {&ChorusNode::getNodeTypeInfo, "Chorus", "Chorus",
-         "Applies a chorus effect to the input audio signal.", "AudioEffects.Chorus"},
-        {&FlangerNode::getNodeTypeInfo, "Flanger", "Flanger",
-         "Applies a flanger effect to the input audio signal.", "AudioEffects.Flanger"},
-        {&VibratoNode::getNodeTypeInfo, "Vibrato", "Vibrato",
-         "Applies a vibrato effect to the input audio signal.", "AudioEffects.Vibrato"},
-    };
+// Every node type of the catalogue beside its expected descriptor, in the catalogue's order.
+std::vector<Identity> allRecords() {
+    const auto entries = EffectCatalogue::nodeTypes();
+    const std::vector<NodeTypeInfo> expected = ostrana::testing::expectedEffectNodeTypes();
+    const std::vector<std::string> names = ostrana::testing::expectedEffectTypeNames();
+    EXPECT_EQ(entries.size(), expected.size()) << "the catalogue and the expected list differ";
+    std::vector<Identity> records;
+    for (std::size_t i = 0; i < std::min(entries.size(), expected.size()); ++i) {
+        records.push_back({entries[i].describe, expected[i], names[i]});
+    }
     return records;
 }
 
-// The four records without properties.
+// The records whose expected descriptor declares no properties.
 std::vector<Identity> recordsWithoutProperties() {
     std::vector<Identity> records;
     for (const Identity& identity : allRecords()) {
-        if (std::string(identity.subtype) != "PingPongDelay") records.push_back(identity);
+        if (identity.expected.properties.empty()) records.push_back(identity);
     }
     return records;
-}
-
-std::string lookupError(const NodeTypeInfo& info, const std::string& key) {
-    try {
-        (void)info.getProperty(key);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "(no error)";
 }
 
 void expectSameRecord(const NodeTypeInfo& actual, const NodeTypeInfo& expected) {
@@ -84,19 +74,19 @@ std::vector<std::string> keysOf(const XVAnyMap& map) {
 
 TEST(EffectDescriptors, EachRecordCarriesItsIdentity) {
     for (const Identity& identity : allRecords()) {
-        SCOPED_TRACE(identity.subtype);
+        SCOPED_TRACE(identity.fullName);
         const NodeTypeInfo info = identity.build();
         EXPECT_EQ(info.type, "AudioEffects");
-        EXPECT_EQ(info.subtype, identity.subtype);
-        EXPECT_EQ(info.displayName, identity.displayName);
-        EXPECT_EQ(info.description, identity.description);
+        EXPECT_EQ(info.subtype, identity.expected.subtype);
+        EXPECT_EQ(info.displayName, identity.expected.displayName);
+        EXPECT_EQ(info.description, identity.expected.description);
         EXPECT_EQ(info.getFQTypeName(), identity.fullName);
     }
 }
 
 TEST(EffectDescriptors, EveryRecordIsAnAudioProcessingEffect) {
     for (const Identity& identity : allRecords()) {
-        SCOPED_TRACE(identity.subtype);
+        SCOPED_TRACE(identity.fullName);
         const NodeTypeInfo info = identity.build();
         EXPECT_EQ(info.categories, (std::vector<std::string>{"Audio Processing", "Effects"}));
     }
@@ -104,7 +94,7 @@ TEST(EffectDescriptors, EveryRecordIsAnAudioProcessingEffect) {
 
 TEST(EffectDescriptors, ConfigurationActionsAndEventsAreEmpty) {
     for (const Identity& identity : allRecords()) {
-        SCOPED_TRACE(identity.subtype);
+        SCOPED_TRACE(identity.fullName);
         const NodeTypeInfo info = identity.build();
         EXPECT_TRUE(info.configuration.empty());
         EXPECT_TRUE(info.actions.empty());
@@ -112,35 +102,37 @@ TEST(EffectDescriptors, ConfigurationActionsAndEventsAreEmpty) {
     }
 }
 
-TEST(EffectDescriptors, OnlyThePingPongDelayDescribesProperties) {
-    for (const Identity& identity : recordsWithoutProperties()) {
-        SCOPED_TRACE(identity.subtype);
-        EXPECT_TRUE(identity.build().properties.empty());
+TEST(EffectDescriptors, EachRecordDescribesExactlyTheExpectedProperties) {
+    for (const Identity& identity : allRecords()) {
+        SCOPED_TRACE(identity.fullName);
+        const NodeTypeInfo info = identity.build();
+        EXPECT_EQ(keysOf(info.properties), keysOf(identity.expected.properties));
+        EXPECT_TRUE(info.properties == identity.expected.properties);
     }
     EXPECT_EQ(PingPongDelayNode::getNodeTypeInfo().properties.size(), 5u);
 }
 
 TEST(EffectDescriptors, EveryLookupOnARecordWithoutPropertiesFails) {
     for (const Identity& identity : recordsWithoutProperties()) {
-        SCOPED_TRACE(identity.subtype);
+        SCOPED_TRACE(identity.fullName);
         const NodeTypeInfo info = identity.build();
         for (const char* key : {"delayMs", "enabled", "dryMix", "sweepWidth", "frequency", ""}) {
-            EXPECT_EQ(lookupError(info, key), std::string("[NodeTypeInfo] Property key '") + key +
-                                                  "' not found for node type '" +
-                                                  identity.fullName + "'.");
+            EXPECT_EQ(propertyLookupError(info, key), std::string("[NodeTypeInfo] Property key '") +
+                                                          key + "' not found for node type '" +
+                                                          identity.fullName + "'.");
         }
     }
 }
 
 TEST(EffectDescriptors, DelayRecordHasNoDelayProperty) {
-    EXPECT_EQ(lookupError(DelayNode::getNodeTypeInfo(), "delayMs"),
+    EXPECT_EQ(propertyLookupError(DelayNode::getNodeTypeInfo(), "delayMs"),
               "[NodeTypeInfo] Property key 'delayMs' not found for node type "
               "'AudioEffects.Delay'.");
 }
 
 TEST(EffectDescriptors, EachCallBuildsAnEqualIndependentRecord) {
     for (const Identity& identity : allRecords()) {
-        SCOPED_TRACE(identity.subtype);
+        SCOPED_TRACE(identity.fullName);
         NodeTypeInfo first = identity.build();
         const NodeTypeInfo second = identity.build();
         expectSameRecord(first, second);
@@ -260,7 +252,7 @@ TEST(PingPongDescriptor, NoSchemaNamesItselfOrCarriesExtras) {
 }
 
 TEST(PingPongDescriptor, LookupOfTheEmptyKeyFails) {
-    EXPECT_EQ(lookupError(PingPongDelayNode::getNodeTypeInfo(), ""),
+    EXPECT_EQ(propertyLookupError(PingPongDelayNode::getNodeTypeInfo(), ""),
               "[NodeTypeInfo] Property key '' not found for node type "
               "'AudioEffects.PingPongDelay'.");
 }
@@ -268,7 +260,7 @@ TEST(PingPongDescriptor, LookupOfTheEmptyKeyFails) {
 TEST(PingPongDescriptor, KeysAreCaseSensitive) {
     const NodeTypeInfo info = PingPongDelayNode::getNodeTypeInfo();
     EXPECT_NO_THROW((void)info.getProperty("delayMs"));
-    EXPECT_EQ(lookupError(info, "DelayMs"),
+    EXPECT_EQ(propertyLookupError(info, "DelayMs"),
               "[NodeTypeInfo] Property key 'DelayMs' not found for node type "
               "'AudioEffects.PingPongDelay'.");
 }

@@ -50,7 +50,7 @@ void lookAtFactory(const std::shared_ptr<Extension>& extension, bool loading, Ea
 
 }  // namespace
 
-TEST(EarlyFactoryRequest, GivesAllFiveCompleteDescriptorsWhileTheLibraryLoads) {
+TEST(EarlyFactoryRequest, GivesEveryCompleteDescriptorWhileTheLibraryLoads) {
     ExtensionManager& manager = ExtensionManager::getInstance();
     ASSERT_EQ(dlsym(RTLD_DEFAULT, "xv_extension_load"), nullptr)
         << "this program must not be linked against the effects library";

@@ -7,9 +7,9 @@
 
 namespace ostrana::extensions::audioeffects {
 
-// The extension's node factory. A new factory registers the five effect node types, each
-// with its descriptor and a creation function, in the order Delay, PingPongDelay, Vibrato,
-// Flanger, Chorus; nodes are then created through the inherited createNode.
+// The extension's node factory. A new factory registers every node type of the catalogue
+// (EffectCatalogue), each with its descriptor and a creation function, in the catalogue's
+// order; nodes are then created through the inherited createNode.
 class OSTRANA_AUDIOEFFECTS_EXPORT AudioEffectsNodeFactory : public NodeFactory {
   public:
     AudioEffectsNodeFactory();

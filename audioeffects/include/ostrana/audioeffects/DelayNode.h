@@ -24,15 +24,24 @@ class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode
 
     using SingleBusAudioProcessorNode::process;
 
-    bool getIsEnabled();
+    // The parameters, with the range each is meant for and the default a new node starts
+    // from. Setters store any value as given, in one atomic exchange.
+    // Switch: off passes the input through unchanged. Default on.
+    bool getIsEnabled() const;
     void setIsEnabled(bool isEnabled);
-    float getDryMix();
+    // Level of the dry (input) signal in the output, 0 to 1. Default 0.7.
+    float getDryMix() const;
     void setDryMix(float dryMix);
-    float getWetMix();
+    // Level of the wet (delayed) signal in the output, 0 to 1. Default 0.3.
+    float getWetMix() const;
     void setWetMix(float wetMix);
-    unsigned int getDelayMs();
+    // Delay time in milliseconds, 1 to 1000. Default 200. 0 passes the input through; a delay
+    // longer than the line (48000 samples) is held at the line's length.
+    unsigned int getDelayMs() const;
     void setDelayMs(unsigned int delayMs);
-    float getFeedbackLevel();
+    // Share of the delayed signal fed back into the line, 0 to 0.99 (each echo quieter than
+    // the one before). Default 0.2.
+    float getFeedbackLevel() const;
     void setFeedbackLevel(float feedbackLevel);
 
     // Accepts a format that matches and carries at most this node's channel count.

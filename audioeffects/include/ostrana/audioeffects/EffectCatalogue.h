@@ -15,8 +15,8 @@ namespace ostrana::extensions::audioeffects {
 class OSTRANA_AUDIOEFFECTS_EXPORT EffectCatalogue {
   public:
     static std::span<const NodeTypeEntry> nodeTypes();
-    // The node type with this fully qualified name (exact) or short name (any case), or
-    // nullptr.
+    // The node type with this fully qualified name or short name, either in any case
+    // ("AudioEffects.Delay", "audioeffects.delay", "Delay"), or nullptr.
     static const NodeTypeEntry* find(std::string_view name);
 };
 

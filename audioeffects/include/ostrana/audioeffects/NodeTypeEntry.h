@@ -32,6 +32,14 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT NodeTypeEntry {
     std::string displayName() const;
     // The parameter of this name (exact, case included), or nullptr.
     const NodeParameter* findParameter(std::string_view name) const;
+    // The switch that turns the effect on and off (off passes the input through): the first
+    // parameter of kind Switch, or nullptr when there is none.
+    const NodeParameter* onOffSwitch() const {
+        for (const NodeParameter& parameter : parameters) {
+            if (parameter.kind == ParameterKind::Switch) return &parameter;
+        }
+        return nullptr;
+    }
     // Whether a node of this type takes this many channels.
     bool acceptsChannels(unsigned int channels) const {
         return minChannels <= channels && channels <= maxChannels;

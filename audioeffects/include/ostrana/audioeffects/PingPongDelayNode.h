@@ -26,14 +26,23 @@ class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProce
 
     using SingleBusAudioProcessorNode::process;
 
+    // The parameters, with the range each is meant for and the default a new node starts
+    // from. Setters store any value as given, in one atomic exchange.
+    // Switch: off passes the input through unchanged. Default on.
     bool getIsEnabled() const;
     void setIsEnabled(bool isEnabled);
+    // Level of the dry (input) signal in the output, 0 to 1. Default 0.7.
     float getDryMix() const;
     void setDryMix(float dryMix);
+    // Level of the wet (delayed) signal in the output, 0 to 1. Default 0.3.
     float getWetMix() const;
     void setWetMix(float wetMix);
+    // Delay time in milliseconds, 1 to 1000. Default 200. 0 passes the input through; a delay
+    // longer than the rings (48000 samples) is held at the rings' length.
     unsigned int getDelayMs() const;
     void setDelayMs(unsigned int delayMs);
+    // Share of the delayed signal fed back into the rings, 0 to 0.99 (each echo quieter than
+    // the one before). Default 0.2.
     float getFeedbackLevel() const;
     void setFeedbackLevel(float feedbackLevel);
 

@@ -23,12 +23,13 @@ class OSTRANA_AUDIOEFFECTS_EXPORT SweptEffectNode : public SingleBusAudioProcess
     // Switch: off passes the input through unchanged. Default on.
     bool getIsEnabled() const;
     void setIsEnabled(bool isEnabled);
-    // Depth of the swing, in seconds (chorus 0 to 0.05, flanger 0 to 0.01, vibrato 0 to 0.02
-    // as the catalogue gives them, with their defaults).
+    // Depth of the swing, in seconds: chorus 0 to 0.05 (default 0.025), flanger 0 to 0.01
+    // (default 0.005), vibrato 0 to 0.02 (default 0.01).
     float getSweepWidth() const;
     void setSweepWidth(float sweepWidth);
-    // Rate of the swing, in hertz: the first channel's oscillator (the effect's starting value
-    // when there are no channels); the setter sets every oscillator.
+    // Rate of the swing, in hertz: chorus 0.01 to 5 (default 0.2), flanger 0.01 to 5 (default
+    // 0.4), vibrato 0.1 to 14 (default 4). The getter gives the first channel's oscillator (the
+    // effect's starting value when there are no channels); the setter sets every oscillator.
     float getFrequency() const;
     void setFrequency(float frequency);
 

@@ -23,6 +23,7 @@ class OSTRANA_SDK_EXPORT Extension : public OstranaObject {
         return {};
     }
     virtual Result<void> deinitialize() { return {}; }
+    // Non-const getters: the host's virtual interface is fixed; other libraries override them.
     virtual std::string getName() = 0;
     virtual std::string getDescription() = 0;
     virtual std::shared_ptr<NodeFactory> getNodeFactory() = 0;

@@ -25,6 +25,7 @@ class OSTRANA_SDK_EXPORT NodeFactory {
     NodeFactory(const NodeFactory&) = delete;
     NodeFactory& operator=(const NodeFactory&) = delete;
 
+    // Non-const getters: the host's virtual interface is fixed; other libraries override them.
     virtual std::string getNodeTypePrefix() = 0;
     // Copies of the registered descriptors, in registration order.
     virtual std::vector<NodeTypeInfo> getNodeTypes();

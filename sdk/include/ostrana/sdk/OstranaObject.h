@@ -30,6 +30,7 @@ class OSTRANA_SDK_EXPORT OstranaObject {
     // convert, gives an error whose message names the property and the object type.
     virtual Result<void> setValue(const std::string& key, const XVAny& value);
     // What the property's getter returns; an unknown name gives an error.
+    // Non-const: the host's virtual interface is fixed; other libraries override it.
     virtual Result<XVAny> getValue(const std::string& key);
     // Objects have no actions unless a subclass provides them: an error naming the action.
     virtual Result<XVAny> callAction(const std::string& name, const XVAnyMap& params);

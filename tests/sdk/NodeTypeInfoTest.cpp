@@ -5,9 +5,12 @@
 
 #include <ostrana/sdk/NodeTypeInfo.h>
 
+#include "sdk/PropertyLookupError.h"
+
 using ostrana::NodeTypeInfo;
 using ostrana::XVAny;
 using ostrana::XVAnyMap;
+using ostrana::testing::propertyLookupError;
 
 namespace {
 
@@ -20,15 +23,6 @@ NodeTypeInfo recordWithOneProperty() {
     info.actions = XVAnyMap{{"reset", XVAny(XVAnyMap{})}};
     info.events = XVAnyMap{{"clipped", XVAny(XVAnyMap{})}};
     return info;
-}
-
-std::string lookupError(const NodeTypeInfo& info, const std::string& key) {
-    try {
-        (void)info.getProperty(key);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no exception";
 }
 
 }  // namespace
@@ -50,10 +44,10 @@ TEST(NodeTypeInfo, GetPropertyReturnsTheSchemaMap) {
 }
 
 TEST(NodeTypeInfo, MissingPropertyThrowsTheExactMessage) {
-    EXPECT_EQ(lookupError(recordWithOneProperty(), "gain"),
+    EXPECT_EQ(propertyLookupError(recordWithOneProperty(), "gain"),
               "[NodeTypeInfo] Property key 'gain' not found for node type "
               "'AudioEffects.PingPongDelay'.");
-    EXPECT_EQ(lookupError(recordWithOneProperty(), ""),
+    EXPECT_EQ(propertyLookupError(recordWithOneProperty(), ""),
               "[NodeTypeInfo] Property key '' not found for node type "
               "'AudioEffects.PingPongDelay'.");
 }
