@@ -19,6 +19,7 @@ function(ostrana_export_public_api target)
         LINK_DEPENDS ${ARG_VERSION_SCRIPT})
     target_link_options(${target} PRIVATE "LINKER:--version-script=${ARG_VERSION_SCRIPT}")
     # Debug information in every build, for the ABI check (abidw reads the types from it). It
-    # does not change the generated code; packages strip it.
-    target_compile_options(${target} PRIVATE -g)
+    # does not change the generated code; packages strip it. Its paths are relative to the
+    # project's root, so that the checked-in ABI record does not depend on where the tree lies.
+    target_compile_options(${target} PRIVATE -g "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 endfunction()
