@@ -61,18 +61,24 @@ struct DelayState : EchoParameters {
 
 using Internals = DelayState;
 
-// One sample of one channel: read the delayed sample, write input plus feedback, advance
-// both pointers. The three gains are read afresh for every sample.
-inline void processSample(LineCursor& cursor, unsigned int frame, const Internals& state) {
-    const float x = cursor.input[frame];
-    const float delayed = cursor.data[cursor.read];
+// One sample of one channel at the given pointers: read the delayed sample, write input plus
+// feedback. The three gains are read afresh for every sample.
+inline void echoSample(float* data, const float* input, float* output, int read, int write,
+                       unsigned int frame, const Internals& state) {
+    const float x = input[frame];
+    const float delayed = data[read];
     const float written = state.feedbackLevel.load(std::memory_order_relaxed) * delayed + x;
     const float y = delayed * state.wetMix.load(std::memory_order_relaxed) +
                     x * state.dryMix.load(std::memory_order_relaxed);
-    cursor.data[cursor.write] = written;
+    data[write] = written;
+    output[frame] = y;
+}
+
+// One sample of one channel, then both of its pointers one step on.
+inline void processSample(LineCursor& cursor, unsigned int frame, const Internals& state) {
+    echoSample(cursor.data, cursor.input, cursor.output, cursor.read, cursor.write, frame, state);
     cursor.write = advance(cursor.write);
     cursor.read = advance(cursor.read);
-    cursor.output[frame] = y;
 }
 
 // Frames outer, channels inner, for a channel count known at compile time: the channel loop
@@ -87,6 +93,39 @@ void processFixedChannels(LineCursor* cursors, unsigned int frames, const Intern
         ((cursors[channel] = local[channel]), ...);
     };
     run(std::make_index_sequence<kChannels>{});
+}
+
+// The same where every line's pointers are where the first line's are, as they are when the
+// lines were cleared, placed and stepped together: one pair of pointers serves every channel,
+// which leaves the channels' own pointers in registers.
+template <unsigned int kChannels>
+void processSharingPointers(LineCursor* cursors, unsigned int frames, const Internals& state) {
+    int read = cursors[0].read;
+    int write = cursors[0].write;
+    const auto run = [&]<std::size_t... channel>(std::index_sequence<channel...>) {
+        float* const data[kChannels] = {cursors[channel].data...};
+        const float* const input[kChannels] = {cursors[channel].input...};
+        float* const output[kChannels] = {cursors[channel].output...};
+        for (unsigned int frame = 0; frame < frames; ++frame) {
+            (echoSample(data[channel], input[channel], output[channel], read, write, frame, state),
+             ...);
+            write = advance(write);
+            read = advance(read);
+        }
+    };
+    run(std::make_index_sequence<kChannels>{});
+    for (unsigned int channel = 0; channel < kChannels; ++channel) {
+        cursors[channel].read = read;
+        cursors[channel].write = write;
+    }
+}
+
+bool sharePointers(const LineCursor* cursors, unsigned int channels) {
+    for (unsigned int channel = 1; channel < channels; ++channel) {
+        if (cursors[channel].read != cursors[0].read) return false;
+        if (cursors[channel].write != cursors[0].write) return false;
+    }
+    return true;
 }
 
 void processAnyChannels(LineCursor* cursors, unsigned int channels, unsigned int frames,
@@ -112,7 +151,11 @@ void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned 
             processFixedChannels<1>(cursors, frames, state);
             break;
         case 2:
-            processFixedChannels<2>(cursors, frames, state);
+            if (sharePointers(cursors, 2)) {
+                processSharingPointers<2>(cursors, frames, state);
+            } else {
+                processAnyChannels(cursors, channels, frames, state);
+            }
             break;
         default:
             processAnyChannels(cursors, channels, frames, state);
