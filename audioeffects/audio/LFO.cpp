@@ -1,4 +1,5 @@
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/LaneChoice.h>
 #include <ostrana/audio/VectorSine.h>
 
 #include "audio/PhaseWalk.h"
@@ -28,13 +29,10 @@ namespace {
 
 // The sine arguments of a run of phases start + j * step, each formed as process forms one from
 // its phase: the phase, exact in double as start + j * step, times 2 pi, plus the phase offset,
-// narrowed. Built for the widest vectors the processor has; the operations and their order are
-// those of a single step in every version.
-[[gnu::target_clones("avx512f", "avx2", "default")]] void formRunArguments(float* arguments,
-                                                                           float start, float step,
-                                                                           unsigned int length,
-                                                                           double phaseOffset,
-                                                                           double twoPi) {
+// narrowed. The operations and their order are those of a single step.
+[[gnu::always_inline]] inline void formRunArguments(float* arguments, float start, float step,
+                                                    unsigned int length, double phaseOffset,
+                                                    double twoPi) {
     const double first = start;
     const double stride = step;
     for (unsigned int j = 0; j < length; ++j) {
@@ -43,9 +41,52 @@ namespace {
     }
 }
 
-[[gnu::target_clones("avx512f", "avx2", "default")]] void scale(float* values, float amplitude,
-                                                                float offset, unsigned int steps) {
+[[gnu::always_inline]] inline void scale(float* values, float amplitude, float offset,
+                                         unsigned int steps) {
     for (unsigned int i = 0; i < steps; ++i) values[i] = values[i] * amplitude + offset;
+}
+
+// The same loops built for the widest vectors the processor has, chosen at run time as the
+// rest of the library's vector code is (the compiler's own dispatch, ifunc, cannot be used:
+// its resolvers run before a sanitizer's runtime is ready).
+#if defined(__x86_64__)
+[[gnu::target("avx512f")]] void formRunArgumentsSixteen(float* arguments, float start, float step,
+                                                        unsigned int length, double phaseOffset,
+                                                        double twoPi) {
+    formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
+}
+[[gnu::target("avx2")]] void formRunArgumentsEight(float* arguments, float start, float step,
+                                                   unsigned int length, double phaseOffset,
+                                                   double twoPi) {
+    formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
+}
+[[gnu::target("avx512f")]] void scaleSixteen(float* values, float amplitude, float offset,
+                                             unsigned int steps) {
+    scale(values, amplitude, offset, steps);
+}
+[[gnu::target("avx2")]] void scaleEight(float* values, float amplitude, float offset,
+                                        unsigned int steps) {
+    scale(values, amplitude, offset, steps);
+}
+#endif
+
+void formRunArgumentsIn(unsigned int lanes, float* arguments, float start, float step,
+                        unsigned int length, double phaseOffset, double twoPi) {
+#if defined(__x86_64__)
+    if (lanes >= 16)
+        return formRunArgumentsSixteen(arguments, start, step, length, phaseOffset, twoPi);
+    if (lanes >= 8)
+        return formRunArgumentsEight(arguments, start, step, length, phaseOffset, twoPi);
+#endif
+    formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
+}
+
+void scaleIn(unsigned int lanes, float* values, float amplitude, float offset, unsigned int steps) {
+#if defined(__x86_64__)
+    if (lanes >= 16) return scaleSixteen(values, amplitude, offset, steps);
+    if (lanes >= 8) return scaleEight(values, amplitude, offset, steps);
+#endif
+    scale(values, amplitude, offset, steps);
 }
 
 }  // namespace
@@ -54,24 +95,26 @@ namespace {
 struct LFO::ArgumentSink {
     float* arguments;
     float phaseOffset;
+    unsigned int lanes;
 
     void run(unsigned int i, float start, float step, unsigned int length) const {
-        formRunArguments(arguments + i, start, step, length, static_cast<double>(phaseOffset),
-                         kTwoPi);
+        formRunArgumentsIn(lanes, arguments + i, start, step, length,
+                           static_cast<double>(phaseOffset), kTwoPi);
     }
     void one(unsigned int i, float phase) const { arguments[i] = argumentOf(phase, phaseOffset); }
 };
 
 void LFO::processBlockWithVectorSine(int sampleRate, float* values, unsigned int count) {
     followRate(sampleRate);
+    const unsigned int lanes = LaneChoice::inUse();
     for (unsigned int done = 0; done < count; done += kStepsAtOnce) {
         const unsigned int steps = count - done < kStepsAtOnce ? count - done : kStepsAtOnce;
         const Parameters run = loadParameters();
         float arguments[kStepsAtOnce];
-        ArgumentSink sink{arguments, run.phaseOffset};
+        const ArgumentSink sink{arguments, run.phaseOffset, lanes};
         phase_ = PhaseWalk::walk(phase_, run.frequency * sampleDuration_, steps, sink);
         VectorSine::evaluate(arguments, values + done, steps);
-        scale(values + done, run.amplitude, run.offset, steps);
+        scaleIn(lanes, values + done, run.amplitude, run.offset, steps);
     }
 }
 
