@@ -77,9 +77,8 @@ class SweptDelayRenderer : SweptDelayKernel {
     // Sixteen frames of a channel from frame on, at w: in one step where it can, else as two
     // runs of eight.
     template <SweepRecipe kRecipe>
-    [[gnu::always_inline]] static void runSixteenOrEight(const Channel& channel,
-                                                         unsigned int frame, int w,
-                                                         const float* swings, float wetGain,
+    [[gnu::always_inline]] static void runSixteenOrEight(const Channel& channel, unsigned int frame,
+                                                         int w, const float* swings, float wetGain,
                                                          float feedback) {
 #if defined(__x86_64__)
         if (SweptDelaySixteenLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback))
@@ -87,6 +86,38 @@ class SweptDelayRenderer : SweptDelayKernel {
 #endif
         runEightOrFour<kRecipe>(channel, frame, w, swings, wetGain, feedback);
         runEightOrFour<kRecipe>(channel, frame + 8, stepped(w, 8), swings + 8, wetGain, feedback);
+    }
+
+    // kWidth frames of a channel from frame on, at w, in the widest step of that width.
+    template <SweepRecipe kRecipe, unsigned int kWidth>
+    [[gnu::always_inline]] static void runWidth(const Channel& channel, unsigned int frame, int w,
+                                                const float* swings, float wetGain,
+                                                float feedback) {
+        if constexpr (kWidth == 16) {
+            runSixteenOrEight<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        } else if constexpr (kWidth == 8) {
+            runEightOrFour<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        } else {
+            runFourOrSingle<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        }
+    }
+
+    // Steps of kWidth frames of every channel from frame start + i on while they fit in count,
+    // i and the shared write pointer w moving with them.
+    template <SweepRecipe kRecipe, unsigned int kChannels, unsigned int kWidth>
+    [[gnu::always_inline]] static void runSteps(const Channel* channels,
+                                                const float* const* channelSwings,
+                                                unsigned int start, unsigned int count,
+                                                unsigned int& i, int& w, float wetGain,
+                                                float feedback) {
+        for (; i + kWidth <= count; i += kWidth) {
+#pragma GCC unroll 2
+            for (unsigned int c = 0; c < kChannels; ++c) {
+                runWidth<kRecipe, kWidth>(channels[c], start + i, w, channelSwings[c] + i, wetGain,
+                                          feedback);
+            }
+            w = stepped(w, kWidth);
+        }
     }
 
     // renderLines in the widest lanes in use.
@@ -158,38 +189,21 @@ class SweptDelayRenderer : SweptDelayKernel {
                     swings[o][i] = swingOf(block, swings[o][i], rateF);
                 }
             }
+            const float* channelSwings[kChannels];
+            for (unsigned int c = 0; c < kChannels; ++c) {
+                channelSwings[c] = swings[kRecipe.oscillatorPerChannel ? c : 0];
+            }
             unsigned int i = 0;
             if constexpr (kLanes == Lanes::kSixteen) {
-                for (; i + 16 <= count; i += 16) {
-#pragma GCC unroll 2
-                    for (unsigned int c = 0; c < kChannels; ++c) {
-                        runSixteenOrEight<kRecipe>(channels[c], start + i, w,
-                                                   swings[kRecipe.oscillatorPerChannel ? c : 0] + i,
-                                                   wetGain, feedback);
-                    }
-                    w = stepped(w, 16);
-                }
+                runSteps<kRecipe, kChannels, 16>(channels, channelSwings, start, count, i, w,
+                                                 wetGain, feedback);
             }
             if constexpr (kLanes != Lanes::kFour) {
-                for (; i + 8 <= count; i += 8) {
-#pragma GCC unroll 2
-                    for (unsigned int c = 0; c < kChannels; ++c) {
-                        runEightOrFour<kRecipe>(channels[c], start + i, w,
-                                                swings[kRecipe.oscillatorPerChannel ? c : 0] + i,
+                runSteps<kRecipe, kChannels, 8>(channels, channelSwings, start, count, i, w,
                                                 wetGain, feedback);
-                    }
-                    w = stepped(w, 8);
-                }
             }
-            for (; i + 4 <= count; i += 4) {
-#pragma GCC unroll 2
-                for (unsigned int c = 0; c < kChannels; ++c) {
-                    runFourOrSingle<kRecipe>(channels[c], start + i, w,
-                                             swings[kRecipe.oscillatorPerChannel ? c : 0] + i,
-                                             wetGain, feedback);
-                }
-                w = stepped(w, 4);
-            }
+            runSteps<kRecipe, kChannels, 4>(channels, channelSwings, start, count, i, w, wetGain,
+                                            feedback);
             for (; i < count; ++i) {
 #pragma GCC unroll 2
                 for (unsigned int c = 0; c < kChannels; ++c) {
