@@ -1,4 +1,9 @@
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/LFOLookAhead.h>
 #include <ostrana/audio/LaneChoice.h>
 #include <ostrana/audio/VectorSine.h>
 
@@ -109,13 +114,94 @@ void LFO::processBlockWithVectorSine(int sampleRate, float* values, unsigned int
     const unsigned int lanes = LaneChoice::inUse();
     for (unsigned int done = 0; done < count; done += kStepsAtOnce) {
         const unsigned int steps = count - done < kStepsAtOnce ? count - done : kStepsAtOnce;
-        const Parameters run = loadParameters();
-        float arguments[kStepsAtOnce];
-        const ArgumentSink sink{arguments, run.phaseOffset, lanes};
-        phase_ = PhaseWalk::walk(phase_, run.frequency * sampleDuration_, steps, sink);
-        VectorSine::evaluate(arguments, values + done, steps);
-        scaleIn(lanes, values + done, run.amplitude, run.offset, steps);
+        runWithVectorSine(loadParameters(), values + done, steps, lanes);
     }
+}
+
+void LFO::runWithVectorSine(const Parameters& run, float* values, unsigned int steps,
+                            unsigned int lanes) {
+    float arguments[kStepsAtOnce];
+    const ArgumentSink sink{arguments, run.phaseOffset, lanes};
+    phase_ = PhaseWalk::walk(phase_, run.frequency * sampleDuration_, steps, sink);
+    VectorSine::evaluate(arguments, values, steps);
+    scaleIn(lanes, values, run.amplitude, run.offset, steps);
+}
+
+void LFO::computeRun(const Parameters& run, float* values, unsigned int steps) {
+    if (SineChoice::usesVectorSine()) {
+        runWithVectorSine(run, values, steps, LaneChoice::inUse());
+    } else {
+        processSteps(run, values, steps);
+    }
+}
+
+namespace {
+
+// Whether the steps computed ahead were computed with this rate and these parameters, to the
+// bit (a zero's sign and a NaN's payload included: they can change the values).
+bool sameBits(float a, float b) {
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+// Takes the phases of the steps being skipped and nothing else.
+struct DiscardingSink {
+    void run(unsigned int, float, float, unsigned int) const {}
+    void one(unsigned int, float) const {}
+};
+
+}  // namespace
+
+void LFO::processBlockAhead(int sampleRate, float* values, unsigned int count,
+                            LFOLookAhead& ahead) {
+    for (unsigned int done = 0; done < count;) {
+        const unsigned int steps = count - done < kStepsAtOnce ? count - done : kStepsAtOnce;
+        const Parameters run = loadParameters();
+        if (ahead.served_ != ahead.available_ &&
+            !(ahead.sampleRate_ == sampleRate && sameBits(ahead.offset_, run.offset) &&
+              sameBits(ahead.amplitude_, run.amplitude) &&
+              sameBits(ahead.phaseOffset_, run.phaseOffset) &&
+              sameBits(ahead.frequency_, run.frequency))) {
+            settle(ahead);
+        }
+        if (ahead.served_ == ahead.available_ && steps == LFOLookAhead::kSteps) {
+            // A whole run asked for: computed in place, nothing gained by going through ahead.
+            followRate(sampleRate);
+            computeRun(run, values + done, steps);
+            done += steps;
+            continue;
+        }
+        for (unsigned int end = done + steps; done < end;) {
+            if (ahead.served_ == ahead.available_) {
+                followRate(sampleRate);
+                ahead.startPhase_ = phase_;
+                computeRun(run, ahead.values_, LFOLookAhead::kSteps);
+                ahead.served_ = 0;
+                ahead.available_ = LFOLookAhead::kSteps;
+                ahead.sampleRate_ = sampleRate;
+                ahead.offset_ = run.offset;
+                ahead.amplitude_ = run.amplitude;
+                ahead.phaseOffset_ = run.phaseOffset;
+                ahead.frequency_ = run.frequency;
+            }
+            const unsigned int left = ahead.available_ - ahead.served_;
+            const unsigned int taken = end - done < left ? end - done : left;
+            std::memcpy(values + done, ahead.values_ + ahead.served_, taken * sizeof(float));
+            ahead.served_ += taken;
+            done += taken;
+        }
+    }
+}
+
+void LFO::settle(LFOLookAhead& ahead) {
+    if (ahead.served_ != ahead.available_) {
+        // The steps were computed at the recorded rate, which the oscillator still follows:
+        // a rate change settles before it is followed.
+        const DiscardingSink discard;
+        phase_ = PhaseWalk::walk(ahead.startPhase_, ahead.frequency_ * sampleDuration_,
+                                 ahead.served_, discard);
+    }
+    ahead.served_ = 0;
+    ahead.available_ = 0;
 }
 
 }  // namespace ostrana::audio

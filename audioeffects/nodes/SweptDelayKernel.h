@@ -4,6 +4,7 @@
 
 #include <ostrana/audio/CircularBuffer.h>
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/LFOLookAhead.h>
 #include <ostrana/sdk/AudioBuffer.h>
 
 #include "nodes/DelayLineLength.h"
@@ -23,6 +24,7 @@ struct SweptDelayKernel {
         const AudioBuffer<float>& input;
         AudioBuffer<float>& output;
         audio::LFO* oscillators;
+        audio::LFOLookAhead* lookAheads;  // one per oscillator
         audio::CircularBuffer* lines;
         const std::atomic<float>& sweepWidth;
         float wetGain;

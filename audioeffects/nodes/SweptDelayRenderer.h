@@ -21,12 +21,15 @@ class SweptDelayRenderer : SweptDelayKernel {
     // Runs one block of input.getNumberOfChannels() channels (at least 1, at most the number of
     // lines) and input.getNumberOfFrames() frames into output: frame by frame, and within a
     // frame channel by channel. oscillators holds one oscillator per channel, or the shared
-    // one. sweepWidth is loaded afresh for each oscillator step.
+    // one, and lookAheads one look-ahead for each. sweepWidth is loaded afresh for each
+    // oscillator step.
     template <SweepRecipe kRecipe>
     static void render(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                       audio::LFO* oscillators, audio::CircularBuffer* lines,
-                       const std::atomic<float>& sweepWidth, float wetGain, float feedback) {
-        const Block block{input, output, oscillators, lines, sweepWidth, wetGain, feedback};
+                       audio::LFO* oscillators, audio::LFOLookAhead* lookAheads,
+                       audio::CircularBuffer* lines, const std::atomic<float>& sweepWidth,
+                       float wetGain, float feedback) {
+        const Block block{input, output,     oscillators, lookAheads,
+                          lines, sweepWidth, wetGain,     feedback};
         switch (input.getNumberOfChannels()) {
             case 1:
                 if (sharesWritePointer(block, 1)) return renderHoisted<kRecipe, 1>(block);
@@ -155,11 +158,11 @@ class SweptDelayRenderer : SweptDelayKernel {
     // for the whole block. The block is run in chunks of kChunk frames: first the chunk's
     // oscillator steps, then the chunk's line work, which calls nothing and so overlaps from
     // sample to sample, kLanes frames of a channel at a time where it can. The oscillator steps
-    // are each oscillator's block of steps (processBlock, which loads its parameters at every
-    // step as process does), then the swings, frame by frame and channel by channel, each with
-    // its own load of sweepWidth. Oscillators and lines never touch each other, each oscillator
-    // only its own state, and each channel's line work touches only its own line and samples,
-    // so none of these splits changes a value.
+    // are each oscillator's block of steps (processBlockAhead: on short blocks they come from
+    // steps computed ahead, with the values and parameter loads of processBlock), then the swings,
+    // frame by frame and channel by channel, each with its own load of sweepWidth. Oscillators and
+    // lines never touch each other, each oscillator only its own state, and each channel's line
+    // work touches only its own line and samples, so none of these splits changes a value.
     template <SweepRecipe kRecipe, unsigned int kChannels, Lanes kLanes>
     static void renderLines(const Block& block) {
         constexpr unsigned int kChunk = 256;
@@ -181,7 +184,8 @@ class SweptDelayRenderer : SweptDelayKernel {
         for (unsigned int start = 0; start < frames; start += kChunk) {
             const unsigned int count = frames - start < kChunk ? frames - start : kChunk;
             for (unsigned int o = 0; o < kOscillators; ++o) {
-                block.oscillators[o].processBlock(oscillatorRate, swings[o], count);
+                block.oscillators[o].processBlockAhead(oscillatorRate, swings[o], count,
+                                                       block.lookAheads[o]);
             }
             for (unsigned int i = 0; i < count; ++i) {
 #pragma GCC unroll 2
@@ -225,6 +229,11 @@ class SweptDelayRenderer : SweptDelayKernel {
         const unsigned int rate = block.input.getSampleRate();
         const int oscillatorRate = static_cast<int>(rate);
         const float rateF = static_cast<float>(rate);
+        // These step the oscillators one at a time: nothing may stand computed ahead.
+        const unsigned int oscillatorsUsed = kRecipe.oscillatorPerChannel ? channelCount : 1;
+        for (unsigned int o = 0; o < oscillatorsUsed; ++o) {
+            block.oscillators[o].settle(block.lookAheads[o]);
+        }
         for (unsigned int f = 0; f < frames; ++f) {
             float swing = 0.0f;
             if constexpr (!kRecipe.oscillatorPerChannel) {

@@ -19,6 +19,7 @@ SweptEffectNode::Processor::Processor(unsigned int channels, const SweepRecipe& 
     } else {
         oscillators_.push_back(SweptNodeRules::makeOscillator(recipe.defaultFrequency, 0.0f));
     }
+    lookAheads_.resize(oscillators_.size());
 }
 
 float SweptEffectNode::Processor::getFrequency() const {

@@ -6,6 +6,7 @@
 
 #include <ostrana/audio/CircularBuffer.h>
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/LFOLookAhead.h>
 #include <ostrana/audioeffects/SweptEffectNode.h>
 #include <ostrana/sdk/AudioBuffer.h>
 #include <ostrana/sdk/AudioBus.h>
@@ -18,9 +19,9 @@ namespace ostrana::extensions::audioeffects {
 
 // What a swept-delay node holds and does, whatever its recipe: the channel capacity, its
 // oscillators (one per channel, each a quarter cycle after the one before, or one shared by
-// every channel), one line per channel, the rate and channel count of the previous block, and
-// the enable flag and sweep width that control threads exchange while the audio thread reads
-// them. The block's work is the recipe's (SweptEffectProcessorFor).
+// every channel) with the steps each has computed ahead, one line per channel, the rate and channel
+// count of the previous block, and the enable flag and sweep width that control threads exchange
+// while the audio thread reads them. The block's work is the recipe's (SweptEffectProcessorFor).
 class SweptEffectNode::Processor {
   public:
     Processor(unsigned int channels, const SweepRecipe& recipe);
@@ -44,6 +45,7 @@ class SweptEffectNode::Processor {
     unsigned int numberOfChannels_;
     float defaultFrequency_;
     std::vector<audio::LFO> oscillators_;
+    std::vector<audio::LFOLookAhead> lookAheads_;  // one per oscillator
     std::vector<audio::CircularBuffer> lines_;
     unsigned int lastSampleRate_ = 0;
     unsigned int lastNumberOfChannels_ = 0;
@@ -69,13 +71,14 @@ class SweptEffectProcessorFor final : public SweptEffectNode::Processor {
             if constexpr (!kRecipe.oscillatorPerChannel) {
                 // The shared oscillator keeps running through blocks that carry no channels.
                 const int rate = static_cast<int>(input.getSampleRate());
+                oscillators_.front().settle(lookAheads_.front());
                 for (unsigned int f = 0; f < frames; ++f) oscillators_.front().process(rate);
             }
             return true;
         }
-        SweptDelayRenderer::render<kRecipe>(input, outBus.buffer, oscillators_.data(),
-                                            lines_.data(), sweepWidth_, kRecipe.wetGain,
-                                            kRecipe.feedsBack ? kRecipe.feedback : 0.0f);
+        SweptDelayRenderer::render<kRecipe>(
+            input, outBus.buffer, oscillators_.data(), lookAheads_.data(), lines_.data(),
+            sweepWidth_, kRecipe.wetGain, kRecipe.feedsBack ? kRecipe.feedback : 0.0f);
         return true;
     }
 

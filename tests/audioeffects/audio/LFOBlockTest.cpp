@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/LFOLookAhead.h>
 
 #include "audioeffects/audio/LaneLimit.h"
 #include "audioeffects/audio/SineSwitch.h"
@@ -16,6 +17,7 @@
 namespace {
 
 using ostrana::audio::LFO;
+using ostrana::audio::LFOLookAhead;
 using ostrana::audiotest::LaneLimit;
 using ostrana::audiotest::SineSwitch;
 
@@ -200,6 +202,136 @@ TEST_P(LFOBlock, MatchesSingleStepsAcrossBinadesWrapsAndHalfwayIncrements) {
         LFO block = single;
         expectBlockMatchesSingleSteps(single, block, 48000, 300);
     }
+}
+
+// Steps one oscillator by single calls and another by processBlockAhead, count steps, and
+// expects the same bits from both, value by value.
+void expectAheadMatchesSingleSteps(LFO& single, LFO& ahead, LFOLookAhead& lookAhead, int sampleRate,
+                                   unsigned int count) {
+    std::vector<float> aheadValues(count, -1.0f);
+    ahead.processBlockAhead(sampleRate, aheadValues.data(), count, lookAhead);
+    for (unsigned int i = 0; i < count; ++i) {
+        const float expected = single.process(sampleRate);
+        ASSERT_EQ(bitsOf(aheadValues[i]), bitsOf(expected))
+            << "step " << i << " of " << count << " at rate " << sampleRate;
+    }
+}
+
+// Settles the look-ahead and expects the phase single steps reached.
+void expectSettledPhase(const LFO& single, LFO& ahead, LFOLookAhead& lookAhead) {
+    ahead.settle(lookAhead);
+    ASSERT_EQ(bitsOf(ahead.getPhase()), bitsOf(single.getPhase()));
+}
+
+void setParameters(LFO& lfo, float frequency, float amplitude, float offset, float phaseOffset) {
+    lfo.setFrequency(frequency);
+    lfo.setAmplitude(amplitude);
+    lfo.setOffset(offset);
+    lfo.setPhaseOffset(phaseOffset);
+}
+
+TEST_P(LFOBlock, AheadMatchesSingleStepsWithChangesBetweenBlocks) {
+    std::mt19937 generator(20261125);
+    std::uniform_real_distribution<float> frequency(-50.0f, 2000.0f);
+    std::uniform_real_distribution<float> gain(-2.0f, 2.0f);
+    std::uniform_real_distribution<float> phaseOffset(-10.0f, 10.0f);
+    // Mostly short blocks, the ones the look-ahead serves, some of a whole run and more.
+    const unsigned int lengths[] = {0, 1, 7, 31, 32, 33, 64, 100, 255, 256, 257, 600};
+    std::uniform_int_distribution<std::size_t> lengthIndex(0, std::size(lengths) - 1);
+    const int rates[] = {48000, 44100, 96000, 8000, 1, 192000};
+    std::uniform_int_distribution<std::size_t> rateIndex(0, std::size(rates) - 1);
+    LFO single;
+    LFO ahead;
+    LFOLookAhead lookAhead;
+    int rate = 48000;
+    for (int round = 0; round < 3000; ++round) {
+        // Changes land between blocks, as a control thread's would: a new setting, the same
+        // setting written again, a new rate, or a settle with nothing else.
+        switch (round % 11) {
+            case 0: {
+                const float f = frequency(generator);
+                const float a = gain(generator);
+                const float o = gain(generator);
+                const float p = phaseOffset(generator);
+                setParameters(single, f, a, o, p);
+                setParameters(ahead, f, a, o, p);
+                break;
+            }
+            case 3:
+                setParameters(ahead, ahead.getFrequency(), ahead.getAmplitude(), ahead.getOffset(),
+                              ahead.getPhaseOffset());
+                break;
+            case 5:
+                rate = rates[rateIndex(generator)];
+                break;
+            case 8:
+                ASSERT_NO_FATAL_FAILURE(expectSettledPhase(single, ahead, lookAhead));
+                break;
+            default:
+                break;
+        }
+        ASSERT_NO_FATAL_FAILURE(expectAheadMatchesSingleSteps(single, ahead, lookAhead, rate,
+                                                              lengths[lengthIndex(generator)]));
+    }
+    expectSettledPhase(single, ahead, lookAhead);
+}
+
+TEST_P(LFOBlock, AheadOverTheNodesSettingsInShortBlocks) {
+    // The chorus's setting over ten seconds at 48 kHz in 32-step blocks, the sweep rate changed
+    // halfway through.
+    LFO single = makeOscillator(0.2f, 0.5f, 0.5f, 1.5707964f);
+    LFO ahead = single;
+    LFOLookAhead lookAhead;
+    for (int i = 0; i < 48000 * 10 / 32; ++i) {
+        if (i == 48000 * 5 / 32) {
+            single.setFrequency(0.4f);
+            ahead.setFrequency(0.4f);
+        }
+        ASSERT_NO_FATAL_FAILURE(expectAheadMatchesSingleSteps(single, ahead, lookAhead, 48000, 32));
+    }
+    expectSettledPhase(single, ahead, lookAhead);
+}
+
+TEST_P(LFOBlock, AheadTellsTheSignOfAZeroOffsetApart) {
+    // With no amplitude the values are the offset, plus a zero whose sign is the sine's: an
+    // offset of -0 keeps the negative sine's -0, one of +0 does not. Equal as numbers, the two
+    // offsets give other bits, and a change from one to the other must reach the values.
+    LFO single = makeOscillator(1000.0f, 0.0f, 0.0f, 0.0f);
+    LFO ahead = single;
+    LFOLookAhead lookAhead;
+    ASSERT_NO_FATAL_FAILURE(expectAheadMatchesSingleSteps(single, ahead, lookAhead, 48000, 40));
+    single.setOffset(-0.0f);
+    ahead.setOffset(-0.0f);
+    std::vector<float> values(40);
+    ahead.processBlockAhead(48000, values.data(), 40, lookAhead);
+    int negativeZeros = 0;
+    for (unsigned int i = 0; i < 40; ++i) {
+        const float expected = single.process(48000);
+        ASSERT_EQ(bitsOf(values[i]), bitsOf(expected)) << "step " << i;
+        negativeZeros += std::signbit(values[i]) ? 1 : 0;
+    }
+    EXPECT_GT(negativeZeros, 0);
+}
+
+TEST_P(LFOBlock, AheadSettlesIntoSingleSteps) {
+    // Single steps and processBlock after a settle continue from where the handed-out steps
+    // left the oscillator; the look-ahead serves again after them.
+    LFO single = makeOscillator(3.7f, 0.9f, -0.1f, 0.3f);
+    LFO ahead = single;
+    LFOLookAhead lookAhead;
+    for (unsigned int count : {5u, 100u, 1u}) {
+        ASSERT_NO_FATAL_FAILURE(
+            expectAheadMatchesSingleSteps(single, ahead, lookAhead, 44100, count));
+        ahead.settle(lookAhead);
+        for (int i = 0; i < 3; ++i) {
+            ASSERT_EQ(bitsOf(ahead.process(44100)), bitsOf(single.process(44100)));
+        }
+        ASSERT_NO_FATAL_FAILURE(expectBlockMatchesSingleSteps(single, ahead, 44100, count));
+    }
+    // Settling twice, or with nothing ahead, changes nothing.
+    ahead.settle(lookAhead);
+    ahead.settle(lookAhead);
+    EXPECT_EQ(bitsOf(ahead.getPhase()), bitsOf(single.getPhase()));
 }
 
 std::string sineAndLanesName(const ::testing::TestParamInfo<std::tuple<bool, unsigned int>>& info) {

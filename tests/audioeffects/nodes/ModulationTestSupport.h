@@ -565,6 +565,14 @@ void expectNodeBuiltForMoreChannelsRunsThemAll(const ReferenceEffect& effect,
         randomSchedule(17, 60000, 48000, 3, {1, 7, 64, 256, 4096}, sweepWidths, frequencies);
     const Signal input = randomSignal(3, totalFrames(schedule), 18);
     EXPECT_TRUE(nodeMatchesReference<Node>(effect, 3, schedule, input));
+    // Blocks of three channels, which step the oscillators one at a time, among short blocks
+    // of one and two, whose oscillator steps come from steps computed ahead.
+    std::vector<BlockSetting> mixed =
+        randomSchedule(19, 60000, 48000, 3, {1, 7, 32, 64, 256}, sweepWidths, frequencies);
+    const unsigned int channelCycle[] = {2, 3, 2, 2, 1, 3};
+    for (std::size_t i = 0; i < mixed.size(); ++i) mixed[i].channels = channelCycle[i % 6];
+    const Signal mixedInput = randomSignal(3, totalFrames(mixed), 20);
+    EXPECT_TRUE(nodeMatchesReference<Node>(effect, 3, mixed, mixedInput));
 }
 
 // The input through processor (render()'s kind) and through the plain rendering built for two

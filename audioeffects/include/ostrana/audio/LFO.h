@@ -8,6 +8,8 @@
 
 namespace ostrana::audio {
 
+class LFOLookAhead;
+
 // A sine oscillator that advances one sample per process call. Its four parameters may be
 // changed from a control thread while the audio thread runs process: each setter is one
 // atomic exchange, and process reads each parameter with a single plain load.
@@ -58,14 +60,31 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
             processBlockWithVectorSine(sampleRate, values, count);
             return;
         }
+        // The rate is the same for every step, so it is followed once, before the first.
+        followRate(sampleRate);
         for (unsigned int done = 0; done < count; done += kStepsAtOnce) {
             const unsigned int steps = count - done < kStepsAtOnce ? count - done : kStepsAtOnce;
-            processSteps(sampleRate, values + done, steps);
+            processSteps(loadParameters(), values + done, steps);
         }
     }
 
     // The most steps that processBlock takes with one load of the parameters.
     static constexpr unsigned int kStepsAtOnce = 256;
+
+    // processBlock for short blocks: the same values, bit for bit, and the same moments at which
+    // parameter changes land, at about the cost per step of long blocks. The steps are computed
+    // LFOLookAhead::kSteps at a time, ahead of the calls, and handed out while the rate and the
+    // four parameters stay those they were computed with: each run of up to kStepsAtOnce steps
+    // loads the parameters once, as processBlock's runs do, and compares. A change drops what
+    // was computed ahead and puts the phase back where the steps handed out leave it. Between
+    // calls the phase (getPhase) stands after the steps computed ahead: call settle before
+    // this oscillator is processed any other way. ahead belongs to this oscillator alone.
+    void processBlockAhead(int sampleRate, float* values, unsigned int count, LFOLookAhead& ahead);
+
+    // Drops the steps computed ahead that were not handed out, the phase put back where the
+    // ones handed out leave it: the oscillator then stands where processBlock would have left
+    // it. Does nothing when nothing is left ahead.
+    void settle(LFOLookAhead& ahead);
 
   private:
     static constexpr double kTwoPi = 6.283185307179586;
@@ -89,6 +108,12 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
 
     // processBlock on the vector sine.
     void processBlockWithVectorSine(int sampleRate, float* values, unsigned int count);
+    // One run of at most kStepsAtOnce steps with the parameters run, the rate already followed:
+    // on the sine in use, or on the vector sine in lanes lanes.
+    [[gnu::visibility("hidden")]] void computeRun(const Parameters& run, float* values,
+                                                  unsigned int steps);
+    [[gnu::visibility("hidden")]] void runWithVectorSine(const Parameters& run, float* values,
+                                                         unsigned int steps, unsigned int lanes);
     // Where processBlockWithVectorSine's phase walk puts each step (LFO.cpp).
     struct ArgumentSink;
     // values[i] = sinf(arguments[i]) by the vector sine. Nothing here calls it any more; it
@@ -116,11 +141,9 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
                                   static_cast<double>(phaseOffset));
     }
 
-    // One run of processBlock on sinf, at most kStepsAtOnce steps. The rate is the same for
-    // every step, so it is followed once, before the first.
-    void processSteps(int sampleRate, float* values, unsigned int steps) {
-        followRate(sampleRate);
-        const Parameters run = loadParameters();
+    // One run of processBlock on sinf, at most kStepsAtOnce steps, with the parameters run, the
+    // rate already followed.
+    void processSteps(const Parameters& run, float* values, unsigned int steps) {
         float arguments[kStepsAtOnce];
         float phase = phase_;
         for (unsigned int i = 0; i < steps; ++i) {
