@@ -31,9 +31,15 @@ void SweptEffectNode::Processor::setFrequency(float frequency) {
 }
 
 bool SweptEffectNode::Processor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
-    outBus.copyFrom(inBus);
-    if (!SingleBusAudioProcessorNode::busesFit(inBus, outBus, numberOfChannels_)) return false;
-    if (!isEnabled_.load(std::memory_order_relaxed)) return false;
+    if (!SingleBusAudioProcessorNode::busesFit(inBus, outBus, numberOfChannels_) ||
+        !isEnabled_.load(std::memory_order_relaxed)) {
+        outBus.copyFrom(inBus);
+        return false;
+    }
+    // The block is rendered, which writes every sample of its channels: the output takes the
+    // input's format, and copying the samples first would only be overwritten.
+    outBus.buffer.setNumberOfFrames(inBus.buffer.getNumberOfFrames());
+    outBus.buffer.setSampleRate(inBus.buffer.getSampleRate());
     SweptNodeRules::followFormat(inBus.buffer.getSampleRate(), inBus.buffer.getNumberOfChannels(),
                                  lastSampleRate_, lastNumberOfChannels_, lines_);
     return true;

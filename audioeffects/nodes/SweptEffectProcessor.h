@@ -38,8 +38,9 @@ class SweptEffectNode::Processor {
     void setFrequency(float frequency);
 
   protected:
-    // The input copied to the output; then whether the block fits the lines and the effect is
-    // on, the lines cleared on a change of format. false: nothing more to do.
+    // Whether the block fits the lines and the effect is on. If so, the output takes the input's
+    // format (the render writes its samples) and the lines are cleared on a change of format;
+    // if not (false: nothing more to do), the input is copied to the output.
     bool prepareBlock(AudioBus& inBus, AudioBus& outBus);
 
     unsigned int numberOfChannels_;
