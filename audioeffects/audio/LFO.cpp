@@ -32,15 +32,39 @@ void LFO::sines(const float* arguments, float* values, unsigned int count) {
 
 namespace {
 
+// The sine arguments of a run of phases start + j * step, each formed as process forms one from
+// its phase: the phase, exact in double as start + j * step, times 2 pi, plus the phase offset,
+// narrowed. The operations and their order are those of a single step.
+[[gnu::always_inline]] inline void formRunArguments(float* arguments, float start, float step,
+                                                    unsigned int length, double phaseOffset,
+                                                    double twoPi) {
+    const double first = start;
+    const double stride = step;
+    for (unsigned int j = 0; j < length; ++j) {
+        const double phase = first + static_cast<double>(j) * stride;
+        arguments[j] = static_cast<float>(phase * twoPi + phaseOffset);
+    }
+}
+
 [[gnu::always_inline]] inline void scale(float* values, float amplitude, float offset,
                                          unsigned int steps) {
     for (unsigned int i = 0; i < steps; ++i) values[i] = values[i] * amplitude + offset;
 }
 
-// The same loop built for the widest vectors the processor has, chosen at run time as the rest
-// of the library's vector code is (the compiler's own dispatch, ifunc, cannot be used: its
-// resolvers run before a sanitizer's runtime is ready).
+// The same loops built for the widest vectors the processor has, chosen at run time as the
+// rest of the library's vector code is (the compiler's own dispatch, ifunc, cannot be used:
+// its resolvers run before a sanitizer's runtime is ready).
 #if defined(__x86_64__)
+[[gnu::target("avx512f")]] void formRunArgumentsSixteen(float* arguments, float start, float step,
+                                                        unsigned int length, double phaseOffset,
+                                                        double twoPi) {
+    formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
+}
+[[gnu::target("avx2")]] void formRunArgumentsEight(float* arguments, float start, float step,
+                                                   unsigned int length, double phaseOffset,
+                                                   double twoPi) {
+    formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
+}
 [[gnu::target("avx512f")]] void scaleSixteen(float* values, float amplitude, float offset,
                                              unsigned int steps) {
     scale(values, amplitude, offset, steps);
@@ -50,6 +74,17 @@ namespace {
     scale(values, amplitude, offset, steps);
 }
 #endif
+
+void formRunArgumentsIn(unsigned int lanes, float* arguments, float start, float step,
+                        unsigned int length, double phaseOffset, double twoPi) {
+#if defined(__x86_64__)
+    if (lanes >= 16)
+        return formRunArgumentsSixteen(arguments, start, step, length, phaseOffset, twoPi);
+    if (lanes >= 8)
+        return formRunArgumentsEight(arguments, start, step, length, phaseOffset, twoPi);
+#endif
+    formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
+}
 
 void scaleIn(unsigned int lanes, float* values, float amplitude, float offset, unsigned int steps) {
 #if defined(__x86_64__)
@@ -61,23 +96,17 @@ void scaleIn(unsigned int lanes, float* values, float amplitude, float offset, u
 
 }  // namespace
 
-// Where the phase walk puts a run's steps: their sines, by the vector sine. An exact run of
-// phases start + j * step is a progression whose arguments the vector sine forms as a single
-// step forms one (the phase times 2 pi plus the phase offset, in double, narrowed); a step taken
-// alone has its argument formed here.
-struct LFO::SineSink {
+// Where the phase walk puts a run's steps: their sine arguments.
+struct LFO::ArgumentSink {
     float* arguments;
-    float* values;
     float phaseOffset;
+    unsigned int lanes;
 
     void run(unsigned int i, float start, float step, unsigned int length) const {
-        const VectorSine::Progression phases{start, step, kTwoPi, static_cast<double>(phaseOffset)};
-        VectorSine::evaluate(phases, arguments + i, values + i, length);
+        formRunArgumentsIn(lanes, arguments + i, start, step, length,
+                           static_cast<double>(phaseOffset), kTwoPi);
     }
-    void one(unsigned int i, float phase) const {
-        arguments[i] = argumentOf(phase, phaseOffset);
-        VectorSine::evaluate(arguments + i, values + i, 1);
-    }
+    void one(unsigned int i, float phase) const { arguments[i] = argumentOf(phase, phaseOffset); }
 };
 
 void LFO::processBlockWithVectorSine(int sampleRate, float* values, unsigned int count) {
@@ -92,8 +121,9 @@ void LFO::processBlockWithVectorSine(int sampleRate, float* values, unsigned int
 void LFO::runWithVectorSine(const Parameters& run, float* values, unsigned int steps,
                             unsigned int lanes) {
     float arguments[kStepsAtOnce];
-    const SineSink sink{arguments, values, run.phaseOffset};
+    const ArgumentSink sink{arguments, run.phaseOffset, lanes};
     phase_ = PhaseWalk::walk(phase_, run.frequency * sampleDuration_, steps, sink);
+    VectorSine::evaluate(arguments, values, steps);
     scaleIn(lanes, values, run.amplitude, run.offset, steps);
 }
 

@@ -254,65 +254,29 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
     return static_cast<__mmask16>(near | edge | (~inRange & 0xffffu));
 }
 
-// One group of sixteen lanes, v holding the arguments from index i on, of which valid are real:
-// their floats stored to out + i, the flagged lanes' indices appended to flagged.
-[[gnu::target("avx512f,fma,popcnt"), gnu::always_inline]] inline void sixteenLaneGroup(
-    __m512 v, float* out, unsigned int i, __mmask16 valid, Flagged& flagged) {
-    __m512 f;
-    const __mmask16 mask = sixteenLanes(v, f) & valid;
-    _mm512_mask_storeu_ps(out + i, valid, f);
-    // Compressed in a register and stored whole: some processors store a compressed vector to
-    // memory slowly.
-    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    const __m512i indices = _mm512_add_epi32(lanes, _mm512_set1_epi32(static_cast<int>(i)));
-    _mm512_storeu_si512(flagged.indices + flagged.count,
-                        _mm512_maskz_compress_epi32(mask, indices));
-    flagged.count += static_cast<unsigned int>(__builtin_popcount(mask));
-}
-
-// The lanes of i to i + 15 that are below count.
-[[gnu::target("avx512f"), gnu::always_inline]] inline __mmask16 validLanes(unsigned int i,
-                                                                           unsigned int count) {
-    return count - i >= 16 ? static_cast<__mmask16>(0xffff)
-                           : static_cast<__mmask16>((1u << (count - i)) - 1u);
-}
-
 // The stretch in groups of sixteen with AVX-512F, the last short group through masked loads
 // and stores; the flagged lanes' indices appended to flagged.
 [[gnu::target("avx512f,fma,popcnt")]] void sixteenLaneStretch(const float* x, float* out,
                                                               unsigned int count,
                                                               Flagged& flagged) {
+    const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     for (unsigned int i = 0; i < count; i += 16) {
-        const __mmask16 valid = validLanes(i, count);
-        sixteenLaneGroup(_mm512_maskz_loadu_ps(valid, x + i), out, i, valid, flagged);
-    }
-}
-
-// Eight arguments of a progression, for the steps in j (whole numbers, exact in double).
-[[gnu::target("avx512f"), gnu::always_inline]] inline __m256 progressionArguments(
-    const VectorSine::Progression& progression, __m512d j) {
-    const __m512d phase = _mm512_add_pd(_mm512_set1_pd(progression.first),
-                                        _mm512_mul_pd(j, _mm512_set1_pd(progression.stride)));
-    return _mm512_cvtpd_ps(_mm512_add_pd(_mm512_mul_pd(phase, _mm512_set1_pd(progression.scale)),
-                                         _mm512_set1_pd(progression.shift)));
-}
-
-// A stretch of a progression's steps from start on with AVX-512F, each group's arguments formed
-// in registers, stored to arguments and evaluated there.
-[[gnu::target("avx512f,fma,popcnt")]] void sixteenLaneProgression(
-    const VectorSine::Progression& progression, unsigned int start, float* arguments, float* out,
-    unsigned int count, Flagged& flagged) {
-    const __m512d lowSteps = _mm512_setr_pd(0, 1, 2, 3, 4, 5, 6, 7);
-    const __m512d highSteps = _mm512_setr_pd(8, 9, 10, 11, 12, 13, 14, 15);
-    for (unsigned int i = 0; i < count; i += 16) {
-        const __m512d j = _mm512_set1_pd(static_cast<double>(start + i));
-        const __m256 low = progressionArguments(progression, _mm512_add_pd(j, lowSteps));
-        const __m256 high = progressionArguments(progression, _mm512_add_pd(j, highSteps));
-        const __m512 v = _mm512_castpd_ps(_mm512_insertf64x4(
-            _mm512_castpd256_pd512(_mm256_castps_pd(low)), _mm256_castps_pd(high), 1));
-        const __mmask16 valid = validLanes(i, count);
-        _mm512_mask_storeu_ps(arguments + i, valid, v);
-        sixteenLaneGroup(v, out, i, valid, flagged);
+        __m512 f;
+        __mmask16 mask;
+        if (i + 16 <= count) {
+            mask = sixteenLanes(_mm512_loadu_ps(x + i), f);
+            _mm512_storeu_ps(out + i, f);
+        } else {
+            const auto valid = static_cast<__mmask16>((1u << (count - i)) - 1u);
+            mask = sixteenLanes(_mm512_maskz_loadu_ps(valid, x + i), f) & valid;
+            _mm512_mask_storeu_ps(out + i, valid, f);
+        }
+        // Compressed in a register and stored whole: some processors store a compressed
+        // vector to memory slowly.
+        const __m512i indices = _mm512_add_epi32(lanes, _mm512_set1_epi32(static_cast<int>(i)));
+        _mm512_storeu_si512(flagged.indices + flagged.count,
+                            _mm512_maskz_compress_epi32(mask, indices));
+        flagged.count += static_cast<unsigned int>(__builtin_popcount(mask));
     }
 }
 #pragma GCC diagnostic pop
@@ -327,94 +291,40 @@ unsigned int sineLanes() {
 }
 #endif
 
-// The arguments of a progression's steps from start on, one by one.
-[[gnu::always_inline]] inline void formArguments(const VectorSine::Progression& progression,
-                                                 unsigned int start, float* arguments,
-                                                 unsigned int count) {
-    for (unsigned int k = 0; k < count; ++k) {
-        const double phase =
-            progression.first + static_cast<double>(start + k) * progression.stride;
-        arguments[k] = static_cast<float>(phase * progression.scale + progression.shift);
-    }
-}
-
+// One stretch of at most kStretch values: every lane in the widest form, then sinf for the
+// flagged ones, collected in the first pass.
+void evaluateStretch(const float* x, float* out, unsigned int count, unsigned int lanes) {
+    Flagged flagged;
 #if defined(__x86_64__)
-// formArguments built for AVX2, where the compiler vectorises it.
-[[gnu::target("avx2")]] void formArgumentsEight(const VectorSine::Progression& progression,
-                                                unsigned int start, float* arguments,
-                                                unsigned int count) {
-    formArguments(progression, start, arguments, count);
-}
-#endif
-
-// Every lane of a stretch of at most kStretch values in the widest form; the flagged ones'
-// indices appended to flagged.
-void evaluateLanes(const float* x, float* out, unsigned int count, unsigned int lanes,
-                   Flagged& flagged) {
-#if defined(__x86_64__)
-    if (lanes == 16) return sixteenLaneStretch(x, out, count, flagged);
-    if (lanes == 8) return eightLaneStretch(x, out, count, flagged);
-#endif
-    for (unsigned int i = 0; i < count; ++i) {
-        flagged.indices[flagged.count] = i;
-        flagged.count += scalarLane(x[i], out[i]) ? 1u : 0u;
+    if (lanes == 16) {
+        sixteenLaneStretch(x, out, count, flagged);
+    } else if (lanes == 8) {
+        eightLaneStretch(x, out, count, flagged);
     }
-}
-
-// sinf itself for the flagged lanes, in a second pass.
-void evaluateFlagged(const float* x, float* out, const Flagged& flagged) {
+#endif
+    if (lanes == 1) {
+        for (unsigned int i = 0; i < count; ++i) {
+            flagged.indices[flagged.count] = i;
+            flagged.count += scalarLane(x[i], out[i]) ? 1u : 0u;
+        }
+    }
     for (unsigned int k = 0; k < flagged.count; ++k) {
         const unsigned int i = flagged.indices[k];
         out[i] = sinf(x[i]);
     }
 }
 
-// Which lane form to use: 16, 8 or 1.
-unsigned int lanesInUse() {
-#if defined(__x86_64__)
-    return sineLanes();
-#else
-    return 1;
-#endif
-}
-
 }  // namespace
 
 void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
-    const unsigned int lanes = lanesInUse();
-    for (unsigned int start = 0; start < count; start += kStretch) {
-        const unsigned int stretch = count - start < kStretch ? count - start : kStretch;
-        Flagged flagged;
-        evaluateLanes(x + start, out + start, stretch, lanes, flagged);
-        evaluateFlagged(x + start, out + start, flagged);
-    }
-}
-
-void VectorSine::evaluate(const Progression& progression, float* arguments, float* out,
-                          unsigned int count) {
-    const unsigned int lanes = lanesInUse();
-    for (unsigned int start = 0; start < count; start += kStretch) {
-        const unsigned int stretch = count - start < kStretch ? count - start : kStretch;
-        float* stretchArguments = arguments + start;
-        float* stretchOut = out + start;
-        Flagged flagged;
 #if defined(__x86_64__)
-        if (lanes == 16) {
-            sixteenLaneProgression(progression, start, stretchArguments, stretchOut, stretch,
-                                   flagged);
-        } else {
-            if (lanes == 8) {
-                formArgumentsEight(progression, start, stretchArguments, stretch);
-            } else {
-                formArguments(progression, start, stretchArguments, stretch);
-            }
-            evaluateLanes(stretchArguments, stretchOut, stretch, lanes, flagged);
-        }
+    const unsigned int lanes = sineLanes();
 #else
-        formArguments(progression, start, stretchArguments, stretch);
-        evaluateLanes(stretchArguments, stretchOut, stretch, lanes, flagged);
+    const unsigned int lanes = 1;
 #endif
-        evaluateFlagged(stretchArguments, stretchOut, flagged);
+    for (unsigned int start = 0; start < count; start += kStretch) {
+        const unsigned int stretch = count - start < kStretch ? count - start : kStretch;
+        evaluateStretch(x + start, out + start, stretch, lanes);
     }
 }
 

@@ -98,46 +98,6 @@ void expectEqualsSinfBelowEight() {
     EXPECT_EQ(total, 0u);
 }
 
-// A progression's arguments and sines, in every lane width, against the arguments formed one
-// by one as the header states and sinf on each: runs as an oscillator makes them (phases in
-// [0, 1) times 2 pi plus an offset), long ones that the vector sine takes in several stretches,
-// short ones and tails of every length below a group, and arguments beyond 8, where sinf
-// decides every lane.
-TEST(VectorSine, ProgressionEqualsItsArgumentsThroughSinf) {
-    constexpr double kTwoPi = 6.283185307179586;
-    const VectorSine::Progression progressions[] = {
-        {0.0, 0.2 / 48000.0, kTwoPi, 0.0},
-        {0.25, 1.0 / 4096.0, kTwoPi, 1.5707963705062866},
-        {0.9990234375, 0.0000011920928955078125, kTwoPi, -3.0},
-        {0.125, 0.001, kTwoPi, 0.7853981852531433},
-        {0.0, 0.37, 1.0, -20.0},
-    };
-    for (const unsigned int lanes : kSineWidths) {
-        const LaneLimit limit(lanes);
-        for (const VectorSine::Progression& progression : progressions) {
-            for (const unsigned int count : {0u, 1u, 5u, 15u, 16u, 17u, 31u, 256u, 257u, 700u}) {
-                SCOPED_TRACE(::testing::Message()
-                             << "at most " << lanes << " lanes, first " << progression.first
-                             << ", stride " << progression.stride << ", " << count << " steps");
-                std::vector<float> arguments(count + 1, -1.0f);
-                std::vector<float> ours(count + 1, -1.0f);
-                VectorSine::evaluate(progression, arguments.data(), ours.data(), count);
-                for (unsigned int j = 0; j < count; ++j) {
-                    const double phase =
-                        progression.first + static_cast<double>(j) * progression.stride;
-                    const float argument =
-                        static_cast<float>(phase * progression.scale + progression.shift);
-                    ASSERT_EQ(bitsOf(arguments[j]), bitsOf(argument)) << "step " << j;
-                    ASSERT_EQ(bitsOf(ours[j]), bitsOf(sinf(argument))) << "step " << j;
-                }
-                // Nothing past the last step is written.
-                EXPECT_EQ(arguments[count], -1.0f);
-                EXPECT_EQ(ours[count], -1.0f);
-            }
-        }
-    }
-}
-
 #if defined(OSTRANA_SANITIZER_BUILD)
 TEST(VectorSine, EqualsSinfOnEveryFloatBelowEight) {
     GTEST_SKIP() << "the exhaustive comparison (2^31 floats) runs in the release build only; "

@@ -115,7 +115,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
     [[gnu::visibility("hidden")]] void runWithVectorSine(const Parameters& run, float* values,
                                                          unsigned int steps, unsigned int lanes);
     // Where processBlockWithVectorSine's phase walk puts each step (LFO.cpp).
-    struct SineSink;
+    struct ArgumentSink;
     // values[i] = sinf(arguments[i]) by the vector sine. Nothing here calls it any more; it
     // stays for programs built against earlier headers, whose inline processBlock calls it.
     static void sines(const float* arguments, float* values, unsigned int count);

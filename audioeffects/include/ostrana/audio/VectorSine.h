@@ -11,26 +11,12 @@ namespace ostrana::audio {
 // whose double result lies within 0.08 units in the last place of a rounding midpoint between
 // two floats is taken from sinf itself, as are lanes outside |x| < 8, tiny ones, NaN,
 // infinities and results next to a power of two: see VectorSine.cpp for why every other lane
-// equals sinf. The oscillators take it when SineChoice says so.
+// equals sinf. The oscillators take
+// it when SineChoice says so.
 class OSTRANA_AUDIOEFFECTS_EXPORT VectorSine {
   public:
     // out[i] = sinf(x[i]) for i < count; x and out must not overlap.
     static void evaluate(const float* x, float* out, unsigned int count);
-
-    // The arguments of a progression of phases: for step j, the float nearest to
-    // (first + j * stride) * scale + shift, each product and sum rounded in double in that
-    // order (an oscillator's sine arguments: its phases times 2 pi plus a phase offset).
-    struct Progression {
-        double first;
-        double stride;
-        double scale;
-        double shift;
-    };
-    // For the steps j < count: arguments[j] receives step j's argument and out[j] its sinf,
-    // the same bits as forming the arguments first and evaluating them, in one pass where the
-    // lanes allow. arguments and out must not overlap.
-    static void evaluate(const Progression& progression, float* arguments, float* out,
-                         unsigned int count);
 };
 
 }  // namespace ostrana::audio
