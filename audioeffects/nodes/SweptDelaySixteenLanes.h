@@ -28,8 +28,7 @@ struct SweptDelaySixteenLanes : SweptDelayKernel {
     // (1 to 16 behind); writing first, a slot of a later lane (0 behind, or 1 to 15 ahead).
     template <SweepRecipe kRecipe>
     [[gnu::target("avx512f")]] static bool run(const Channel& channel, unsigned int frame, int w,
-                                               const float* swings, float wetGain,
-                                               float feedback) {
+                                               const float* swings, float wetGain, float feedback) {
         constexpr float kSizeF = static_cast<float>(kLineLength);
         constexpr int kWindow = 32;
         if (w > kLineLength - 16) return false;
@@ -64,9 +63,9 @@ struct SweptDelaySixteenLanes : SweptDelayKernel {
             _mm512_set1_epi32(kLineLength));
         __mmask16 clear;
         if constexpr (kRecipe.writesBeforeReading) {
-            clear = _mm512_cmp_epi32_mask(behind, _mm512_setzero_si512(), _MM_CMPINT_NLE) &
-                    _mm512_cmp_epi32_mask(behind, _mm512_set1_epi32(kLineLength - 15),
-                                          _MM_CMPINT_LT);
+            clear =
+                _mm512_cmp_epi32_mask(behind, _mm512_setzero_si512(), _MM_CMPINT_NLE) &
+                _mm512_cmp_epi32_mask(behind, _mm512_set1_epi32(kLineLength - 15), _MM_CMPINT_LT);
         } else {
             clear = _mm512_cmp_epi32_mask(behind, _mm512_set1_epi32(16), _MM_CMPINT_NLE);
         }
@@ -108,9 +107,8 @@ struct SweptDelaySixteenLanes : SweptDelayKernel {
         return _mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(v), 1));
     }
     [[gnu::target("avx512f"), gnu::always_inline]] static __m512 combine(__m256 low, __m256 high) {
-        return _mm512_castpd_ps(
-            _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(low)),
-                               _mm256_castps_pd(high), 1));
+        return _mm512_castpd_ps(_mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(low)),
+                                                   _mm256_castps_pd(high), 1));
     }
     // The ring's interpolation of eight lanes, in double as a single read takes it:
     // frac * b + (1 - frac) * a, with frac * b formed in single precision.

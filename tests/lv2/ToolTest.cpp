@@ -178,7 +178,8 @@ TEST_P(Lv2Apply, IsBitIdenticalToOstranaFxAtBlockOne) {
         const std::string viaFx = directory.file("fx-" + std::to_string(index) + ".wav");
         std::vector<std::string> apply{"lv2apply", "-i", input, "-o", viaLv2};
         std::vector<std::string> render{
-            OSTRANA_FX_PATH, "render", input, viaFx, "--quiet", "--tail", "0", "--node", plugin.entry->typeName()};
+            OSTRANA_FX_PATH,         "render", input, viaFx, "--quiet", "--tail", "0", "--node",
+            plugin.entry->typeName()};
         for (const auto& [name, value] : settings[index]) {
             apply.insert(apply.end(), {"-c", name, value});
             render.insert(render.end(), {"--set", name + "=" + value});

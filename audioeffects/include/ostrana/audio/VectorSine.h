@@ -11,8 +11,7 @@ namespace ostrana::audio {
 // whose double result lies within 0.08 units in the last place of a rounding midpoint between
 // two floats is taken from sinf itself, as are lanes outside |x| < 8, tiny ones, NaN,
 // infinities and results next to a power of two: see VectorSine.cpp for why every other lane
-// equals sinf. The oscillators take
-// it when SineChoice says so.
+// equals sinf. The oscillators take it when SineChoice says so.
 class OSTRANA_AUDIOEFFECTS_EXPORT VectorSine {
   public:
     // out[i] = sinf(x[i]) for i < count; x and out must not overlap.
