@@ -156,13 +156,7 @@ void LFO::processBlockAhead(int sampleRate, float* values, unsigned int count,
     for (unsigned int done = 0; done < count;) {
         const unsigned int steps = count - done < kStepsAtOnce ? count - done : kStepsAtOnce;
         const Parameters run = loadParameters();
-        if (ahead.served_ != ahead.available_ &&
-            !(ahead.sampleRate_ == sampleRate && sameBits(ahead.offset_, run.offset) &&
-              sameBits(ahead.amplitude_, run.amplitude) &&
-              sameBits(ahead.phaseOffset_, run.phaseOffset) &&
-              sameBits(ahead.frequency_, run.frequency))) {
-            settle(ahead);
-        }
+        if (!computedWith(ahead, run, sampleRate)) settle(ahead);
         if (ahead.served_ == ahead.available_ && steps == LFOLookAhead::kSteps) {
             // A whole run asked for: computed in place, nothing gained by going through ahead.
             followRate(sampleRate);
@@ -170,19 +164,8 @@ void LFO::processBlockAhead(int sampleRate, float* values, unsigned int count,
             done += steps;
             continue;
         }
-        for (unsigned int end = done + steps; done < end;) {
-            if (ahead.served_ == ahead.available_) {
-                followRate(sampleRate);
-                ahead.startPhase_ = phase_;
-                computeRun(run, ahead.values_, LFOLookAhead::kSteps);
-                ahead.served_ = 0;
-                ahead.available_ = LFOLookAhead::kSteps;
-                ahead.sampleRate_ = sampleRate;
-                ahead.offset_ = run.offset;
-                ahead.amplitude_ = run.amplitude;
-                ahead.phaseOffset_ = run.phaseOffset;
-                ahead.frequency_ = run.frequency;
-            }
+        for (const unsigned int end = done + steps; done < end;) {
+            if (ahead.served_ == ahead.available_) computeAhead(run, sampleRate, ahead);
             const unsigned int left = ahead.available_ - ahead.served_;
             const unsigned int taken = end - done < left ? end - done : left;
             std::memcpy(values + done, ahead.values_ + ahead.served_, taken * sizeof(float));
@@ -190,6 +173,27 @@ void LFO::processBlockAhead(int sampleRate, float* values, unsigned int count,
             done += taken;
         }
     }
+}
+
+bool LFO::computedWith(const LFOLookAhead& ahead, const Parameters& run, int sampleRate) {
+    return ahead.served_ == ahead.available_ ||
+           (ahead.sampleRate_ == sampleRate && sameBits(ahead.offset_, run.offset) &&
+            sameBits(ahead.amplitude_, run.amplitude) &&
+            sameBits(ahead.phaseOffset_, run.phaseOffset) &&
+            sameBits(ahead.frequency_, run.frequency));
+}
+
+void LFO::computeAhead(const Parameters& run, int sampleRate, LFOLookAhead& ahead) {
+    followRate(sampleRate);
+    ahead.startPhase_ = phase_;
+    computeRun(run, ahead.values_, LFOLookAhead::kSteps);
+    ahead.served_ = 0;
+    ahead.available_ = LFOLookAhead::kSteps;
+    ahead.sampleRate_ = sampleRate;
+    ahead.offset_ = run.offset;
+    ahead.amplitude_ = run.amplitude;
+    ahead.phaseOffset_ = run.phaseOffset;
+    ahead.frequency_ = run.frequency;
 }
 
 void LFO::settle(LFOLookAhead& ahead) {

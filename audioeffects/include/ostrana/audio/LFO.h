@@ -114,6 +114,14 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
                                                   unsigned int steps);
     [[gnu::visibility("hidden")]] void runWithVectorSine(const Parameters& run, float* values,
                                                          unsigned int steps, unsigned int lanes);
+    // Whether nothing is left ahead, or what is there was computed at this rate with these
+    // parameters, to the bit.
+    [[gnu::visibility("hidden")]] static bool computedWith(const LFOLookAhead& ahead,
+                                                           const Parameters& run, int sampleRate);
+    // The next LFOLookAhead::kSteps steps into ahead, with the parameters run at this rate; ahead
+    // must hold no steps not handed out.
+    [[gnu::visibility("hidden")]] void computeAhead(const Parameters& run, int sampleRate,
+                                                    LFOLookAhead& ahead);
     // Where processBlockWithVectorSine's phase walk puts each step (LFO.cpp).
     struct ArgumentSink;
     // values[i] = sinf(arguments[i]) by the vector sine. Nothing here calls it any more; it
