@@ -1,4 +1,5 @@
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -74,21 +75,9 @@ struct Flagged {
     unsigned int count = 0;
 };
 
-std::int32_t bitsOf(float value) {
-    std::int32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
-std::int64_t bitsOf(double value) {
-    std::int64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
 // One lane in double, without FMA: the value in out, and whether sinf must decide it.
 bool scalarLane(float x, float& out) {
-    const std::int32_t magnitude = bitsOf(x) & 0x7fffffff;
+    const std::int32_t magnitude = std::bit_cast<std::int32_t>(x) & 0x7fffffff;
     if (magnitude < kSmallestBits || magnitude >= kLargestBits) return true;
     const double d = x;
     const double n = std::nearbyint(d * kInversePi);
@@ -98,9 +87,9 @@ bool scalarLane(float x, float& out) {
     double y = r + (r * t) * q;
     if (static_cast<long>(n) % 2 != 0) y = -y;
     out = static_cast<float>(y);
-    const std::int64_t dropped = bitsOf(y) & kDroppedMask;
+    const std::int64_t dropped = std::bit_cast<std::int64_t>(y) & kDroppedMask;
     const std::int64_t distance = dropped > kMidpoint ? dropped - kMidpoint : kMidpoint - dropped;
-    const std::int32_t mantissa = bitsOf(out) & kMantissaMask;
+    const std::int32_t mantissa = std::bit_cast<std::int32_t>(out) & kMantissaMask;
     return distance <= kBandBits || mantissa == 0 || mantissa == kMantissaMask;
 }
 

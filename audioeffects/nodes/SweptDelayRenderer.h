@@ -52,57 +52,43 @@ class SweptDelayRenderer : SweptDelayKernel {
     // The widest lanes this processor runs within LaneChoice's limit.
     static Lanes lanesInUse();
 
-    // Four frames of a channel from frame on, at w: in one step where it can, else one by one.
-    template <SweepRecipe kRecipe>
-    [[gnu::always_inline]] static void runFourOrSingle(const Channel& channel, unsigned int frame,
-                                                       int w, const float* swings, float wetGain,
-                                                       float feedback) {
-        if (SweptDelayFourLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback)) return;
-        for (unsigned int k = 0; k < 4; ++k) {
-            runFrame<kRecipe>(channel, frame + k, stepped(w, k), swings[k], wetGain, feedback);
-        }
-    }
-
-    // Eight frames of a channel from frame on, at w: in one step where it can, else as two runs
-    // of four.
-    template <SweepRecipe kRecipe>
-    [[gnu::always_inline]] static void runEightOrFour(const Channel& channel, unsigned int frame,
-                                                      int w, const float* swings, float wetGain,
-                                                      float feedback) {
-#if defined(__x86_64__)
-        if (SweptDelayEightLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback))
-            return;
-#endif
-        runFourOrSingle<kRecipe>(channel, frame, w, swings, wetGain, feedback);
-        runFourOrSingle<kRecipe>(channel, frame + 4, stepped(w, 4), swings + 4, wetGain, feedback);
-    }
-
-    // Sixteen frames of a channel from frame on, at w: in one step where it can, else as two
-    // runs of eight.
-    template <SweepRecipe kRecipe>
-    [[gnu::always_inline]] static void runSixteenOrEight(const Channel& channel, unsigned int frame,
-                                                         int w, const float* swings, float wetGain,
-                                                         float feedback) {
-#if defined(__x86_64__)
-        if (SweptDelaySixteenLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback))
-            return;
-#endif
-        runEightOrFour<kRecipe>(channel, frame, w, swings, wetGain, feedback);
-        runEightOrFour<kRecipe>(channel, frame + 8, stepped(w, 8), swings + 8, wetGain, feedback);
-    }
-
-    // kWidth frames of a channel from frame on, at w, in the widest step of that width.
+    // kWidth frames of a channel (16, 8, 4, or what halving gives down to 1) from frame on, at
+    // w: in one step of the form of that width where it can take them, else as two runs of half
+    // the width, so that four frames fall back on single frames.
     template <SweepRecipe kRecipe, unsigned int kWidth>
     [[gnu::always_inline]] static void runWidth(const Channel& channel, unsigned int frame, int w,
                                                 const float* swings, float wetGain,
                                                 float feedback) {
-        if constexpr (kWidth == 16) {
-            runSixteenOrEight<kRecipe>(channel, frame, w, swings, wetGain, feedback);
-        } else if constexpr (kWidth == 8) {
-            runEightOrFour<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        if constexpr (kWidth == 1) {
+            runFrame<kRecipe>(channel, frame, w, swings[0], wetGain, feedback);
         } else {
-            runFourOrSingle<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+            if (runLanes<kRecipe, kWidth>(channel, frame, w, swings, wetGain, feedback)) return;
+            constexpr unsigned int kHalf = kWidth / 2;
+            runWidth<kRecipe, kHalf>(channel, frame, w, swings, wetGain, feedback);
+            runWidth<kRecipe, kHalf>(channel, frame + kHalf, stepped(w, kHalf), swings + kHalf,
+                                     wetGain, feedback);
         }
+    }
+
+    // The lane form of width kWidth on kWidth frames of a channel; false, having touched
+    // nothing, where it cannot take them or there is no form of that width.
+    template <SweepRecipe kRecipe, unsigned int kWidth>
+    [[gnu::always_inline]] static bool runLanes(const Channel& channel, unsigned int frame, int w,
+                                                const float* swings, float wetGain,
+                                                float feedback) {
+        if constexpr (kWidth == 4) {
+            return SweptDelayFourLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        }
+#if defined(__x86_64__)
+        if constexpr (kWidth == 8) {
+            return SweptDelayEightLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        }
+        if constexpr (kWidth == 16) {
+            return SweptDelaySixteenLanes::run<kRecipe>(channel, frame, w, swings, wetGain,
+                                                        feedback);
+        }
+#endif
+        return false;
     }
 
     // Steps of kWidth frames of every channel from frame start + i on while they fit in count,

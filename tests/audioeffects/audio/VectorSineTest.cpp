@@ -3,9 +3,9 @@
 // zeros and subnormals.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <iostream>
 #include <limits>
 #include <thread>
@@ -27,15 +27,11 @@ using ostrana::audiotest::LaneLimit;
 constexpr unsigned int kSineWidths[] = {16, 8, 1};
 
 float fromBits(std::uint32_t bits) {
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
+    return std::bit_cast<float>(bits);
 }
 
 std::uint32_t bitsOf(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
+    return std::bit_cast<std::uint32_t>(value);
 }
 
 // Differences between the vector sine, in the lanes the limit allows, and sinf over the bit
