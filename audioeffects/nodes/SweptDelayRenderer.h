@@ -4,6 +4,7 @@
 
 #include <ostrana/audio/CircularBuffer.h>
 #include <ostrana/audio/LFO.h>
+#include <ostrana/audio/LaneChoice.h>
 #include <ostrana/sdk/AudioBuffer.h>
 
 #include "nodes/SweptDelayEightLanes.h"
@@ -54,19 +55,57 @@ class SweptDelayRenderer : SweptDelayKernel {
 
     // kWidth frames of a channel (16, 8, 4, or what halving gives down to 1) from frame on, at
     // w: in one step of the form of that width where it can take them, else as two runs of half
-    // the width, so that four frames fall back on single frames.
+    // the width, so that four frames fall back on single frames. shortestSwing is the guess at
+    // the frames' shortest swing that decides whether a width is worth trying (worthTrying).
     template <SweepRecipe kRecipe, unsigned int kWidth>
     [[gnu::always_inline]] static void runWidth(const Channel& channel, unsigned int frame, int w,
-                                                const float* swings, float wetGain,
-                                                float feedback) {
+                                                const float* swings, float shortestSwing,
+                                                float wetGain, float feedback) {
         if constexpr (kWidth == 1) {
             runFrame<kRecipe>(channel, frame, w, swings[0], wetGain, feedback);
         } else {
-            if (runLanes<kRecipe, kWidth>(channel, frame, w, swings, wetGain, feedback)) return;
+            if (worthTrying<kRecipe, kWidth>(shortestSwing) &&
+                runLanes<kRecipe, kWidth>(channel, frame, w, swings, wetGain, feedback)) {
+                return;
+            }
             constexpr unsigned int kHalf = kWidth / 2;
-            runWidth<kRecipe, kHalf>(channel, frame, w, swings, wetGain, feedback);
+            runWidth<kRecipe, kHalf>(channel, frame, w, swings, shortestSwing, wetGain, feedback);
             runWidth<kRecipe, kHalf>(channel, frame + kHalf, stepped(w, kHalf), swings + kHalf,
-                                     wetGain, feedback);
+                                     shortestSwing, wetGain, feedback);
+        }
+    }
+
+    // Whether the recipe's delay can come within reach of the lanes: reading before writing, a
+    // lane form of width W takes only frames whose delay, baseDelay + swing, is more than W
+    // samples (readsClear). Write-first recipes, and those whose base delay alone is longer
+    // than the widest lanes, take every width wherever the swing is not negative.
+    template <SweepRecipe kRecipe>
+    static constexpr bool kDelayReachesLanes =
+        !kRecipe.writesBeforeReading &&
+        kRecipe.baseDelay <= static_cast<float>(audio::LaneChoice::kWidest);
+
+    // A guess at the shortest swing of kWidth frames: the shorter of the first and the last,
+    // which is right but where the sweep turns within the frames.
+    template <SweepRecipe kRecipe, unsigned int kWidth>
+    [[gnu::always_inline]] static float shortestSwingOf(const float* swings) {
+        if constexpr (kDelayReachesLanes<kRecipe>) {
+            return swings[kWidth - 1] < swings[0] ? swings[kWidth - 1] : swings[0];
+        } else {
+            return 0.0f;
+        }
+    }
+
+    // Whether the form of width kWidth is worth trying on frames whose shortest swing is about
+    // shortestSwing. Where the delay is too short for it, the frames go to the narrower widths
+    // at once instead of being tried and refused at each width on the way down (the flanger at
+    // the bottom of its sweep). The forms check every lane themselves, so a wrong guess changes
+    // which form runs, never a value.
+    template <SweepRecipe kRecipe, unsigned int kWidth>
+    [[gnu::always_inline]] static bool worthTrying(float shortestSwing) {
+        if constexpr (kDelayReachesLanes<kRecipe>) {
+            return shortestSwing + kRecipe.baseDelay > static_cast<float>(kWidth);
+        } else {
+            return true;
         }
     }
 
@@ -102,7 +141,9 @@ class SweptDelayRenderer : SweptDelayKernel {
         for (; i + kWidth <= count; i += kWidth) {
 #pragma GCC unroll 2
             for (unsigned int c = 0; c < kChannels; ++c) {
-                runWidth<kRecipe, kWidth>(channels[c], start + i, w, channelSwings[c] + i, wetGain,
+                const float* swings = channelSwings[c] + i;
+                runWidth<kRecipe, kWidth>(channels[c], start + i, w, swings,
+                                          shortestSwingOf<kRecipe, kWidth>(swings), wetGain,
                                           feedback);
             }
             w = stepped(w, kWidth);
