@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 
 #include <ostrana/audio/CircularBuffer.h>
@@ -89,7 +90,7 @@ class SweptDelayRenderer : SweptDelayKernel {
     template <SweepRecipe kRecipe, unsigned int kWidth>
     [[gnu::always_inline]] static float shortestSwingOf(const float* swings) {
         if constexpr (kDelayReachesLanes<kRecipe>) {
-            return swings[kWidth - 1] < swings[0] ? swings[kWidth - 1] : swings[0];
+            return std::min(swings[0], swings[kWidth - 1]);
         } else {
             return 0.0f;
         }
