@@ -169,6 +169,8 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
 // flagged lanes' indices appended to flagged.
 [[gnu::target("avx2,fma,popcnt")]] void eightLaneStretch(const float* x, float* out,
                                                          unsigned int count, Flagged& flagged) {
+    // The count is kept here: stores to the indices could otherwise be the count's own.
+    unsigned int found = flagged.count;
     for (unsigned int i = 0; i < count; i += 8) {
         unsigned int mask;
         if (i + 8 <= count) {
@@ -183,9 +185,10 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
         const __m256i packed = _mm256_add_epi32(
             _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(kLanePacks[mask]))),
             _mm256_set1_epi32(static_cast<int>(i)));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(flagged.indices + flagged.count), packed);
-        flagged.count += static_cast<unsigned int>(__builtin_popcount(mask));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(flagged.indices + found), packed);
+        found += static_cast<unsigned int>(__builtin_popcount(mask));
     }
+    flagged.count = found;
 }
 
 // GCC 12's AVX-512 intrinsics initialise their placeholder operands from themselves, which
@@ -195,52 +198,83 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 
-// sineOf for eight doubles.
-[[gnu::target("avx512f,fma"), gnu::always_inline]] inline __m512d sineOf(__m512d d) {
-    const __m512d k =
-        _mm512_fmadd_pd(d, _mm512_set1_pd(kInversePi), _mm512_set1_pd(kRoundingMagic));
-    const __m512d n = _mm512_sub_pd(k, _mm512_set1_pd(kRoundingMagic));
-    __m512d r = _mm512_fnmadd_pd(n, _mm512_set1_pd(kPiHigh), d);
-    r = _mm512_fnmadd_pd(n, _mm512_set1_pd(kPiLow), r);
-    const __m512d t = _mm512_mul_pd(r, r);
-    __m512d q = _mm512_fmadd_pd(_mm512_set1_pd(kQ4), t, _mm512_set1_pd(kQ3));
-    q = _mm512_fmadd_pd(q, t, _mm512_set1_pd(kQ2));
-    q = _mm512_fmadd_pd(q, t, _mm512_set1_pd(kQ1));
-    q = _mm512_fmadd_pd(q, t, _mm512_set1_pd(kQ0));
-    const __m512d y = _mm512_fmadd_pd(_mm512_mul_pd(r, t), q, r);
-    const __m512i sign = _mm512_slli_epi64(_mm512_castpd_si512(k), 63);
-    return _mm512_castsi512_pd(_mm512_xor_si512(_mm512_castpd_si512(y), sign));
+// sineOf for two sets of eight doubles, in place, step by step for both: the two chains of
+// dependent operations stand side by side in the instruction stream and overlap.
+[[gnu::target("avx512f,fma"), gnu::always_inline]] inline void sinesOf(__m512d (&d)[2]) {
+    __m512d k[2];
+    __m512d n[2];
+    __m512d r[2];
+    __m512d t[2];
+    __m512d q[2];
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) {
+        k[i] = _mm512_fmadd_pd(d[i], _mm512_set1_pd(kInversePi), _mm512_set1_pd(kRoundingMagic));
+    }
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) n[i] = _mm512_sub_pd(k[i], _mm512_set1_pd(kRoundingMagic));
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) r[i] = _mm512_fnmadd_pd(n[i], _mm512_set1_pd(kPiHigh), d[i]);
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) r[i] = _mm512_fnmadd_pd(n[i], _mm512_set1_pd(kPiLow), r[i]);
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) t[i] = _mm512_mul_pd(r[i], r[i]);
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) {
+        q[i] = _mm512_fmadd_pd(_mm512_set1_pd(kQ4), t[i], _mm512_set1_pd(kQ3));
+    }
+    for (const double coefficient : {kQ2, kQ1, kQ0}) {
+#pragma GCC unroll 2
+        for (int i = 0; i < 2; ++i) {
+            q[i] = _mm512_fmadd_pd(q[i], t[i], _mm512_set1_pd(coefficient));
+        }
+    }
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) {
+        const __m512d y = _mm512_fmadd_pd(_mm512_mul_pd(r[i], t[i]), q[i], r[i]);
+        const __m512i sign = _mm512_slli_epi64(_mm512_castpd_si512(k[i]), 63);
+        d[i] = _mm512_castsi512_pd(_mm512_xor_si512(_mm512_castpd_si512(y), sign));
+    }
 }
 
-[[gnu::target("avx512f"), gnu::always_inline]] inline __mmask8 nearMidpoint(__m512d y) {
-    const __m512i dropped =
-        _mm512_and_si512(_mm512_castpd_si512(y), _mm512_set1_epi64(kDroppedMask));
-    const __m512i distance =
-        _mm512_abs_epi64(_mm512_sub_epi64(dropped, _mm512_set1_epi64(kMidpoint)));
-    return _mm512_cmple_epi64_mask(distance, _mm512_set1_epi64(kBandBits));
+// One bit per lane: the double lies within the band around a midpoint. The dropped bits are
+// the low 29 of each double, so the low halves of the sixteen doubles are tested together: a
+// lane is in the band when its dropped bits less the band's lower end, taken unsigned, are at
+// most the band's width.
+[[gnu::target("avx512f"), gnu::always_inline]] inline __mmask16 nearMidpoint(__m512d low,
+                                                                             __m512d high) {
+    const __m512i lowHalves =
+        _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+    const __m512i bits =
+        _mm512_permutex2var_epi32(_mm512_castpd_si512(low), lowHalves, _mm512_castpd_si512(high));
+    const __m512i dropped = _mm512_and_si512(bits, _mm512_set1_epi32(kDroppedMask));
+    const __m512i fromLowerEnd =
+        _mm512_sub_epi32(dropped, _mm512_set1_epi32(kMidpoint - kBandBits));
+    return _mm512_cmple_epu32_mask(fromLowerEnd, _mm512_set1_epi32(2 * kBandBits));
 }
 
 // Sixteen lanes of v: their floats in f, one bit per lane that sinf must decide returned.
 [[gnu::target("avx512f,fma"), gnu::always_inline]] inline __mmask16 sixteenLanes(__m512 v,
                                                                                  __m512& f) {
-    const __m512d low = sineOf(_mm512_cvtps_pd(_mm512_castps512_ps256(v)));
-    const __m512d high =
-        sineOf(_mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(v), 1))));
+    __m512d halves[2] = {
+        _mm512_cvtps_pd(_mm512_castps512_ps256(v)),
+        _mm512_cvtps_pd(_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(v), 1)))};
+    sinesOf(halves);
+    const __m512d low = halves[0];
+    const __m512d high = halves[1];
     f = _mm512_castpd_ps(
         _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_castps_pd(_mm512_cvtpd_ps(low))),
                            _mm256_castps_pd(_mm512_cvtpd_ps(high)), 1));
-    const __m512i mantissa =
-        _mm512_and_si512(_mm512_castps_si512(f), _mm512_set1_epi32(kMantissaMask));
-    const __mmask16 edge = _mm512_cmpeq_epi32_mask(mantissa, _mm512_setzero_si512()) |
-                           _mm512_cmpeq_epi32_mask(mantissa, _mm512_set1_epi32(kMantissaMask));
+    // Adding 1 turns a mantissa of all ones into zeros (the carry goes to the exponent) and one
+    // of zeros into 1: the two are the mantissas that, plus 1, have no bit set above the lowest.
+    const __mmask16 edge =
+        _mm512_testn_epi32_mask(_mm512_add_epi32(_mm512_castps_si512(f), _mm512_set1_epi32(1)),
+                                _mm512_set1_epi32(kMantissaMask - 1));
     const __m512i magnitude =
         _mm512_and_si512(_mm512_castps_si512(v), _mm512_set1_epi32(0x7fffffff));
     const __mmask16 inRange =
         _mm512_cmplt_epu32_mask(_mm512_sub_epi32(magnitude, _mm512_set1_epi32(kSmallestBits)),
                                 _mm512_set1_epi32(kLargestBits - kSmallestBits));
-    const unsigned int near =
-        nearMidpoint(low) | (static_cast<unsigned int>(nearMidpoint(high)) << 8);
-    return static_cast<__mmask16>(near | edge | (~inRange & 0xffffu));
+    return _kor_mask16(_kor_mask16(nearMidpoint(low, high), edge), _knot_mask16(inRange));
 }
 
 // The stretch in groups of sixteen with AVX-512F, the last short group through masked loads
@@ -249,6 +283,7 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
                                                               unsigned int count,
                                                               Flagged& flagged) {
     const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    unsigned int found = flagged.count;  // kept here, as in eightLaneStretch
     for (unsigned int i = 0; i < count; i += 16) {
         __m512 f;
         __mmask16 mask;
@@ -263,10 +298,10 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
         // Compressed in a register and stored whole: some processors store a compressed
         // vector to memory slowly.
         const __m512i indices = _mm512_add_epi32(lanes, _mm512_set1_epi32(static_cast<int>(i)));
-        _mm512_storeu_si512(flagged.indices + flagged.count,
-                            _mm512_maskz_compress_epi32(mask, indices));
-        flagged.count += static_cast<unsigned int>(__builtin_popcount(mask));
+        _mm512_storeu_si512(flagged.indices + found, _mm512_maskz_compress_epi32(mask, indices));
+        found += static_cast<unsigned int>(__builtin_popcount(mask));
     }
+    flagged.count = found;
 }
 #pragma GCC diagnostic pop
 
