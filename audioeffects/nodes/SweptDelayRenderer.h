@@ -8,6 +8,7 @@
 #include <ostrana/audio/LaneChoice.h>
 #include <ostrana/sdk/AudioBuffer.h>
 
+#include "nodes/SweptDelayChained.h"
 #include "nodes/SweptDelayEightLanes.h"
 #include "nodes/SweptDelayFourLanes.h"
 #include "nodes/SweptDelayKernel.h"
@@ -55,9 +56,11 @@ class SweptDelayRenderer : SweptDelayKernel {
     static Lanes lanesInUse();
 
     // kWidth frames of a channel (16, 8, 4, or what halving gives down to 1) from frame on, at
-    // w: in one step of the form of that width where it can take them, else as two runs of half
+    // w: in one step of the form of that width where it can take them, or chained
+    // (SweptDelayChained) where the delay is too short for any lanes, else as two runs of half
     // the width, so that four frames fall back on single frames. shortestSwing is the guess at
-    // the frames' shortest swing that decides whether a width is worth trying (worthTrying).
+    // the frames' shortest swing that decides which is worth trying (worthTrying). The halves
+    // run in a loop, not unrolled: one copy of each width's code, not two of the next.
     template <SweepRecipe kRecipe, unsigned int kWidth>
     [[gnu::always_inline]] static void runWidth(const Channel& channel, unsigned int frame, int w,
                                                 const float* swings, float shortestSwing,
@@ -69,10 +72,20 @@ class SweptDelayRenderer : SweptDelayKernel {
                 runLanes<kRecipe, kWidth>(channel, frame, w, swings, wetGain, feedback)) {
                 return;
             }
+            // Too short a delay for even four lanes: the frames run chained, one after another.
+            if constexpr (kDelayReachesLanes<kRecipe>) {
+                if (!worthTrying<kRecipe, 4>(shortestSwing) &&
+                    SweptDelayChained::run<kRecipe, kWidth>(channel, frame, w, swings, wetGain,
+                                                            feedback)) {
+                    return;
+                }
+            }
             constexpr unsigned int kHalf = kWidth / 2;
-            runWidth<kRecipe, kHalf>(channel, frame, w, swings, shortestSwing, wetGain, feedback);
-            runWidth<kRecipe, kHalf>(channel, frame + kHalf, stepped(w, kHalf), swings + kHalf,
-                                     shortestSwing, wetGain, feedback);
+#pragma GCC unroll 1
+            for (unsigned int half = 0; half < kWidth; half += kHalf) {
+                runWidth<kRecipe, kHalf>(channel, frame + half, stepped(w, static_cast<int>(half)),
+                                         swings + half, shortestSwing, wetGain, feedback);
+            }
         }
     }
 
