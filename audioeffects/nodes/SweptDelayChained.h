@@ -12,8 +12,8 @@ namespace ostrana::extensions::audioeffects {
 // wrote. The read positions depend on no sample, so they are all placed first, in lanes where
 // the compiler can; what is left for each frame in turn is its runChannel: the read, the mix,
 // the write and the output. These are the single frames' steps in the same order, so any read
-// distance is taken; what is saved is the per-frame conversions of the placing, which this
-// processor runs one or two at a time and on which single frames wait.
+// distance is taken; what is saved is each frame's own conversions for the placing (the write
+// pointer to float, the position to an index and back), on which single frames wait.
 struct SweptDelayChained : SweptDelayKernel {
     // kWidth consecutive frames of one channel, frame + k written at slot w + k with swings[k],
     // each performing the single step's operations in the same precision and order. Returns
