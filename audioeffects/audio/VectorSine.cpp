@@ -207,7 +207,7 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
     __m512d n[2];
     __m512d r[2];
     __m512d t[2];
-    __m512d q[2];
+    __m512d q[2] = {_mm512_set1_pd(kQ4), _mm512_set1_pd(kQ4)};  // Q(t) by Horner from here
 #pragma GCC unroll 2
     for (int i = 0; i < 2; ++i) {
         k[i] = _mm512_fmadd_pd(d[i], _mm512_set1_pd(kInversePi), _mm512_set1_pd(kRoundingMagic));
@@ -220,11 +220,7 @@ constexpr std::array<std::uint64_t, 256> kLanePacks = makeLanePacks();
     for (int i = 0; i < 2; ++i) r[i] = _mm512_fnmadd_pd(n[i], _mm512_set1_pd(kPiLow), r[i]);
 #pragma GCC unroll 2
     for (int i = 0; i < 2; ++i) t[i] = _mm512_mul_pd(r[i], r[i]);
-#pragma GCC unroll 2
-    for (int i = 0; i < 2; ++i) {
-        q[i] = _mm512_fmadd_pd(_mm512_set1_pd(kQ4), t[i], _mm512_set1_pd(kQ3));
-    }
-    for (const double coefficient : {kQ2, kQ1, kQ0}) {
+    for (const double coefficient : {kQ3, kQ2, kQ1, kQ0}) {
 #pragma GCC unroll 2
         for (int i = 0; i < 2; ++i) {
             q[i] = _mm512_fmadd_pd(q[i], t[i], _mm512_set1_pd(coefficient));
