@@ -57,7 +57,7 @@ using ostrana::fuzz::ByteReader;
 using namespace ostrana::extensions::audioeffects;
 
 // Audio frames one input may process in all, so that each run stays short while still
-// reaching past the 48000-sample delay lines.
+// reaching past the 48000-sample delay lines of 48 kHz and below.
 constexpr unsigned int kFrameBudget = 1u << 16;
 constexpr unsigned int kMaxOperations = 512;
 constexpr unsigned int kMaxFrames = 8192;

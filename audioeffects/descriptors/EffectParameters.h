@@ -9,10 +9,11 @@
 // the node's accessors.
 //
 // Ranges. The ping-pong delay's are its published property schema: delayMs 1 to 1000 ms (the
-// rings hold 48000 samples, one second at 48 kHz), the mixes 0 to 1, feedback 0 to 0.99 so that
-// every echo is quieter than the one before. The plain delay is the same echo and takes the
-// same ranges. The swept effects' ranges follow what each is for, and keep the longest delay
-// inside the 48000-sample line up to 192 kHz:
+// lines hold one second at any negotiated rate up to 384 kHz: nodes/DelayLineLength.h), the
+// mixes 0 to 1, feedback 0 to 0.99 so that every echo is quieter than the one before. The plain
+// delay is the same echo and takes the same ranges. The swept effects' ranges follow what each
+// is for, and keep the longest delay inside the 48000-sample line up to 384 kHz (checked in
+// nodes/SweepRecipe.h):
 // - chorus: a copy 21 ms behind (1002 samples at 48 kHz) swinging by up to 50 ms, slowly
 //   (0.01 to 5 Hz); deeper is a doubled echo, faster a warble.
 // - flanger: a 0 to 10 ms sweep, the comb filter's usual span, at 0.01 to 5 Hz.

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include <ostrana/audio/CircularBuffer.h>
@@ -14,43 +16,65 @@ namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-constexpr int kLineLength = kDelayLineLength;
+static_assert(std::get<unsigned int>(parameters::kDelayMs.maximum) == kLongestDelayMs);
 
-// One channel's working state during a block: the line's storage and pointers, and the
-// channel's input and output samples. Copied out of the line before the block and back after,
-// so that the inner loop runs on plain values.
+// One channel's working state during a block: the line's storage, length and pointers, and
+// the channel's input and output samples. Copied out of the line before the block and back
+// after, so that the inner loop runs on plain values.
 struct LineCursor {
     float* data = nullptr;
     const float* input = nullptr;
     float* output = nullptr;
+    int length = kDelayLineLength;
     int read = 0;
     int write = 0;
 };
 
 // The delay in samples, trunc(delayMs * (sampleRate / 1000.0)), limited to the line's length
-// so that the read pointer always lands inside the line.
-int delayInSamples(unsigned int delayMs, unsigned int sampleRate) {
+// so that the read pointer always lands inside the line, and to the line a node negotiated for
+// this rate would have, so that a rate the host did not announce limits as it always has.
+int delayInSamples(unsigned int delayMs, unsigned int sampleRate, int lineLength) {
+    const int longest = std::min(lineLength, echoLineLengthFor(sampleRate));
     const double samples = EchoParameters::samplesFor(delayMs, sampleRate);
-    return samples >= kLineLength ? kLineLength : static_cast<int>(samples);
+    return samples >= longest ? longest : static_cast<int>(samples);
 }
 
-// One step along the line for a position already inside it: the same as
+// One step along a line of the given length for a position already inside it: the same as
 // (position + 1 + length) rem length.
-inline int advance(int position) {
+inline int advance(int position, int length) {
     const int next = position + 1;
-    return next == kLineLength ? 0 : next;
+    return next == length ? 0 : next;
+}
+
+// A line of the given length holding what line holds, as far as it fits, with its pointers
+// wrapped by the new length.
+audio::CircularBuffer resizedLine(const audio::CircularBuffer& line, int length) {
+    audio::CircularBuffer resized(length);
+    std::copy_n(line.getData(), std::min(length, line.getSize()), resized.getData());
+    resized.setReadPointer(line.getReadPointer());
+    resized.setWritePointer(line.getWritePointer());
+    return resized;
 }
 
 // The parameters, lines and per-block state of a delay node.
 struct DelayState : EchoParameters {
     explicit DelayState(unsigned int channelCount) : numberOfChannels(channelCount) {
         for (unsigned int channel = 0; channel < numberOfChannels; ++channel) {
-            delayLines.emplace_back(kLineLength);
+            delayLines.emplace_back(lineLength);
         }
         cursors.resize(numberOfChannels);
     }
 
+    // Gives every line the length for a negotiated rate; outside the audio thread only.
+    void fitLinesTo(unsigned int sampleRate) {
+        const int length = echoLineLengthFor(sampleRate);
+        if (length == lineLength) return;
+        for (audio::CircularBuffer& line : delayLines) line = resizedLine(line, length);
+        lineLength = length;
+    }
+
     unsigned int numberOfChannels;
+    int lineLength = kDelayLineLength;
     unsigned int lastDelayMs = 0;
     unsigned int lastSampleRate = 0;
     unsigned int lastNumberOfChannels = 0;
@@ -77,8 +101,8 @@ inline void echoSample(float* data, const float* input, float* output, int read,
 // One sample of one channel, then both of its pointers one step on.
 inline void processSample(LineCursor& cursor, unsigned int frame, const Internals& state) {
     echoSample(cursor.data, cursor.input, cursor.output, cursor.read, cursor.write, frame, state);
-    cursor.write = advance(cursor.write);
-    cursor.read = advance(cursor.read);
+    cursor.write = advance(cursor.write, cursor.length);
+    cursor.read = advance(cursor.read, cursor.length);
 }
 
 // Frames outer, channels inner, for a channel count known at compile time: the channel loop
@@ -102,6 +126,7 @@ template <unsigned int kChannels>
 void processSharingPointers(LineCursor* cursors, unsigned int frames, const Internals& state) {
     int read = cursors[0].read;
     int write = cursors[0].write;
+    const int length = cursors[0].length;
     const auto run = [&]<std::size_t... channel>(std::index_sequence<channel...>) {
         float* const data[kChannels] = {cursors[channel].data...};
         const float* const input[kChannels] = {cursors[channel].input...};
@@ -109,8 +134,8 @@ void processSharingPointers(LineCursor* cursors, unsigned int frames, const Inte
         for (unsigned int frame = 0; frame < frames; ++frame) {
             (echoSample(data[channel], input[channel], output[channel], read, write, frame, state),
              ...);
-            write = advance(write);
-            read = advance(read);
+            write = advance(write, length);
+            read = advance(read, length);
         }
     };
     run(std::make_index_sequence<kChannels>{});
@@ -142,8 +167,11 @@ void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned 
     LineCursor* cursors = state.cursors.data();
     for (unsigned int channel = 0; channel < channels; ++channel) {
         audio::CircularBuffer& line = state.delayLines[channel];
-        cursors[channel] = {line.getData(), inBus.buffer.getChannel(channel),
-                            outBus.buffer.getChannel(channel), line.getReadPointer(),
+        cursors[channel] = {line.getData(),
+                            inBus.buffer.getChannel(channel),
+                            outBus.buffer.getChannel(channel),
+                            line.getSize(),
+                            line.getReadPointer(),
                             line.getWritePointer()};
     }
     switch (channels) {
@@ -212,7 +240,10 @@ void DelayNode::setFeedbackLevel(float feedbackLevel) {
 
 bool DelayNode::setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) {
     if (!AudioBusFormat::matchBusFormats(inputBusFormat, outputBusFormat)) return false;
-    return inputBusFormat.numberOfChannels <= internals_->numberOfChannels;
+    if (inputBusFormat.numberOfChannels > internals_->numberOfChannels) return false;
+    // A format that names its rate gives the lines the length that rate needs.
+    if (inputBusFormat.sampleRate != 0) internals_->fitLinesTo(inputBusFormat.sampleRate);
+    return true;
 }
 
 bool DelayNode::process(AudioBus& inBus, AudioBus& outBus) {
@@ -234,7 +265,7 @@ bool DelayNode::process(AudioBus& inBus, AudioBus& outBus) {
         state.lastNumberOfChannels = channels;
     }
     if (rateChanged || delayMs != state.lastDelayMs) {
-        const int delay = delayInSamples(delayMs, sampleRate);
+        const int delay = delayInSamples(delayMs, sampleRate, state.lineLength);
         for (audio::CircularBuffer& line : state.delayLines) {
             line.setReadPointer(line.getWritePointer() - delay);
         }

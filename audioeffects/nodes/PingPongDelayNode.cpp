@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <string_view>
@@ -17,16 +18,23 @@ namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-constexpr unsigned int kRingLength = kDelayLineLength;
-
-// The ring length for a delay, trunc(delayMs * (sampleRate / 1000.0)), kept within
-// 1..kRingLength so that the index update never divides by zero and the indices stay inside
-// the rings.
-unsigned int ringLengthFor(unsigned int delayMs, unsigned int sampleRate) {
+// The ring length for a delay, trunc(delayMs * (sampleRate / 1000.0)), kept within 1 and the
+// longest ring for the rate (48000 samples at 48 kHz and below), and within the rings' storage,
+// so that the index update never divides by zero and the indices stay inside the rings.
+unsigned int ringLengthFor(unsigned int delayMs, unsigned int sampleRate, unsigned int capacity) {
+    const unsigned int longest =
+        std::min(capacity, static_cast<unsigned int>(echoLineLengthFor(sampleRate)));
     const double samples = EchoParameters::samplesFor(delayMs, sampleRate);
     if (samples < 1.0) return 1;
-    if (samples >= kRingLength) return kRingLength;
+    if (samples >= longest) return longest;
     return static_cast<unsigned int>(samples);
+}
+
+// Storage of length samples that starts with the given ones and is zero after them.
+std::unique_ptr<float[]> grownRing(const float* samples, unsigned int count, unsigned int length) {
+    auto grown = std::make_unique<float[]>(length);
+    std::copy_n(samples, count, grown.get());
+    return grown;
 }
 
 // (index + 1) mod length. The remainder is needed only right after the rings were shortened,
@@ -40,9 +48,20 @@ inline unsigned int advance(unsigned int index, unsigned int length) {
 // The parameters, rings and per-block state of a ping-pong delay node.
 struct PingPongState : EchoParameters {
     PingPongState()
-        : leftDelayLine(std::make_unique<float[]>(kRingLength)),
-          rightDelayLine(std::make_unique<float[]>(kRingLength)) {}
+        : leftDelayLine(std::make_unique<float[]>(ringCapacity)),
+          rightDelayLine(std::make_unique<float[]>(ringCapacity)) {}
 
+    // Makes room in both rings for the longest delay at a negotiated rate; outside the audio
+    // thread only. The rings never shrink: what they hold and the indices stay as they are.
+    void makeRoomFor(unsigned int sampleRate) {
+        const auto needed = static_cast<unsigned int>(echoLineLengthFor(sampleRate));
+        if (needed <= ringCapacity) return;
+        leftDelayLine = grownRing(leftDelayLine.get(), ringCapacity, needed);
+        rightDelayLine = grownRing(rightDelayLine.get(), ringCapacity, needed);
+        ringCapacity = needed;
+    }
+
+    unsigned int ringCapacity = kDelayLineLength;
     unsigned int lastDelayMs = 0;
     unsigned int delaySamples = 0;
     unsigned int lastSampleRate = 0;
@@ -288,7 +307,10 @@ void PingPongDelayNode::setFeedbackLevel(float feedbackLevel) {
 bool PingPongDelayNode::setBusFormat(AudioBusFormat& inputBusFormat,
                                      AudioBusFormat& outputBusFormat) {
     const bool matched = AudioBusFormat::matchBusFormats(inputBusFormat, outputBusFormat);
-    return matched && inputBusFormat.numberOfChannels == 2;
+    if (!matched || inputBusFormat.numberOfChannels != 2) return false;
+    // A format that names its rate gives the rings the room that rate needs.
+    if (inputBusFormat.sampleRate != 0) internals_->makeRoomFor(inputBusFormat.sampleRate);
+    return true;
 }
 
 bool PingPongDelayNode::process(AudioBus& inBus, AudioBus& outBus) {
@@ -305,7 +327,7 @@ bool PingPongDelayNode::process(AudioBus& inBus, AudioBus& outBus) {
     const unsigned int sampleRate = inBus.buffer.getSampleRate();
     // A new rate or delay changes the ring length only: contents and indices stay.
     if (sampleRate != state.lastSampleRate || delayMs != state.lastDelayMs) {
-        state.delaySamples = ringLengthFor(delayMs, sampleRate);
+        state.delaySamples = ringLengthFor(delayMs, sampleRate, state.ringCapacity);
         state.lastSampleRate = sampleRate;
         state.lastDelayMs = delayMs;
     }

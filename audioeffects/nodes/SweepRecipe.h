@@ -1,6 +1,9 @@
 #pragma once
 
+#include <variant>
+
 #include "descriptors/EffectParameters.h"
+#include "nodes/DelayLineLength.h"
 
 namespace ostrana::extensions::audioeffects {
 
@@ -61,5 +64,19 @@ inline constexpr SweepRecipe kVibratoRecipe{
     .defaultEnabled = parameters::kVibrato.enabled.defaultAs<bool>(),
     .defaultSweepWidth = parameters::kVibrato.sweepWidth.defaultAs<float>(),
     .defaultFrequency = parameters::kVibrato.frequency.defaultAs<float>()};
+
+// Whether an effect's longest delay, baseDelay plus the widest swing at the highest rate, and
+// the neighbour its interpolation reads, stay inside the 48000-sample line. They do for all
+// three (the chorus's is 1002 + 0.05 * 384000 = 20202 samples), so the swept effects keep
+// their whole range at every rate with the line they have always had.
+constexpr bool longestDelayFitsTheLine(const SweepRecipe& recipe,
+                                       const ParameterDefinition& width) {
+    const double widest = static_cast<double>(std::get<float>(width.maximum)) *
+                          static_cast<double>(kHighestLineSampleRate);
+    return static_cast<double>(recipe.baseDelay) + widest + 1.0 < kDelayLineLength;
+}
+static_assert(longestDelayFitsTheLine(kChorusRecipe, parameters::kChorus.sweepWidth));
+static_assert(longestDelayFitsTheLine(kFlangerRecipe, parameters::kFlanger.sweepWidth));
+static_assert(longestDelayFitsTheLine(kVibratoRecipe, parameters::kVibrato.sweepWidth));
 
 }  // namespace ostrana::extensions::audioeffects

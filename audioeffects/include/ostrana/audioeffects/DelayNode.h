@@ -10,9 +10,18 @@
 
 namespace ostrana::extensions::audioeffects {
 
-// A feedback echo applied to each channel on its own: every channel has a 48000-sample delay
-// line, the output mixes the input (dry) with the delayed signal (wet), and a share of the
-// delayed signal is written back into the line.
+// A feedback echo applied to each channel on its own: every channel has its own delay line,
+// the output mixes the input (dry) with the delayed signal (wet), and a share of the delayed
+// signal is written back into the line.
+//
+// Line length. A line holds 48000 samples at 48 kHz and below (one second at 48 kHz), as it
+// always has. Above 48 kHz it holds one second at the rate (96000 samples at 96 kHz, at most
+// 384000 at 384 kHz and beyond), so that 1000 ms is 1000 ms at every rate. The lines take that
+// length when setBusFormat accepts a format that names its rate, never while processing: a
+// node keeps only the memory its rate needs (192 KB a channel up to 48 kHz, 1.5 MB at 384 kHz),
+// which matters to hosts that run many instances. Call setBusFormat while no block is being
+// processed, as hosts negotiate formats before processing. A block at a rate no format named
+// works with the lines the node has, its delay held at their length.
 //
 // The parameters may be set from any thread while the audio thread processes. The delay
 // time and the on/off switch are read once per block; the three gains once per sample.
@@ -36,7 +45,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode
     float getWetMix() const;
     void setWetMix(float wetMix);
     // Delay time in milliseconds, 1 to 1000. Default 200. 0 passes the input through; a delay
-    // longer than the line (48000 samples) is held at the line's length.
+    // longer than the line (see Line length above) is held at the line's length.
     unsigned int getDelayMs() const;
     void setDelayMs(unsigned int delayMs);
     // Share of the delayed signal fed back into the line, 0 to 0.99 (each echo quieter than
@@ -44,7 +53,9 @@ class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode
     float getFeedbackLevel() const;
     void setFeedbackLevel(float feedbackLevel);
 
-    // Accepts a format that matches and carries at most this node's channel count.
+    // Accepts a format that matches and carries at most this node's channel count. A format
+    // that names its rate gives the lines the length for that rate (see Line length above):
+    // they keep what they hold where it fits.
     bool setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) override;
     // Copies the input to the output, then, when enabled with a non-zero delay, replaces the
     // output with the echo mix. Always returns true.

@@ -15,6 +15,16 @@ namespace ostrana::extensions::audioeffects {
 // plus the right ring's delayed signal, the right ring the right input plus what the left ring
 // holds in the same frame. The delay is the length of the rings.
 //
+// Ring room. The rings hold up to 48000 samples at 48 kHz and below (one second at 48 kHz), as
+// they always have. Above 48 kHz they hold one second at the rate (at most 384000 samples, at
+// 384 kHz and beyond), so that 1000 ms is 1000 ms at every rate. They grow when setBusFormat
+// accepts a format that names a higher rate, keeping what they hold, never while processing,
+// and never shrink; a node keeps only the memory its highest rate needs (192 KB a ring up to
+// 48 kHz, 1.5 MB at 384 kHz), which matters to hosts that run many instances. Call
+// setBusFormat while no block is being processed, as hosts negotiate formats before
+// processing. A block at a rate no format named works with the rings the node has, its delay
+// held at their length.
+//
 // Its five parameters are host properties ("enabled", "delayMs", "dryMix", "wetMix",
 // "feedbackLevel") as well as accessors; they may be set from any thread while the audio
 // thread processes, and process reads them once per block.
@@ -38,7 +48,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProce
     float getWetMix() const;
     void setWetMix(float wetMix);
     // Delay time in milliseconds, 1 to 1000. Default 200. 0 passes the input through; a delay
-    // longer than the rings (48000 samples) is held at the rings' length.
+    // longer than the rings hold (see Ring room above) is held at that length.
     unsigned int getDelayMs() const;
     void setDelayMs(unsigned int delayMs);
     // Share of the delayed signal fed back into the rings, 0 to 0.99 (each echo quieter than
@@ -46,7 +56,8 @@ class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProce
     float getFeedbackLevel() const;
     void setFeedbackLevel(float feedbackLevel);
 
-    // Accepts a format that matches and carries exactly two channels.
+    // Accepts a format that matches and carries exactly two channels. A format that names a
+    // rate above 48 kHz makes room in the rings for one second at that rate.
     bool setBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat) override;
     // Copies the input to the output, then, when enabled with a non-zero delay, replaces the
     // output with the ping-pong echo mix. Always returns true.
