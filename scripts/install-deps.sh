@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     g++ cmake ninja-build pkg-config binutils
-    clang libclang-rt-14-dev llvm
+    clang libclang-rt-14-dev llvm clang-format-14
     libgtest-dev libgmock-dev libbenchmark-dev
     libcli11-dev nlohmann-json3-dev libsndfile1-dev
     openjdk-17-jdk-headless
