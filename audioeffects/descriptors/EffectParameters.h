@@ -23,45 +23,36 @@
 
 namespace ostrana::extensions::audioeffects::parameters {
 
-using enum ParameterKind;
-using enum ParameterUnit;
+using Parameter = ParameterDefinition;
 
 // The on/off switch of every effect, on by default; only its wording differs.
-constexpr ParameterDefinition enabledSwitch(std::string_view description) {
-    return {"enabled", Switch, true, false, true, None, description};
+constexpr Parameter enabledSwitch(std::string_view description) {
+    return Parameter::onOffSwitch("enabled").startingAt(true).describedAs(description);
 }
 
 // The echo shared by the delay and the ping-pong delay. Only the switch's wording differs.
-inline constexpr ParameterDefinition kDelayEnabled =
-    enabledSwitch("Enable or disable the delay effect.");
-inline constexpr ParameterDefinition kPingPongEnabled =
+inline constexpr Parameter kDelayEnabled = enabledSwitch("Enable or disable the delay effect.");
+inline constexpr Parameter kPingPongEnabled =
     enabledSwitch("Enable or disable the ping-pong delay effect.");
-inline constexpr ParameterDefinition kDelayMs{
-    "delayMs", WholeNumber, 200u, 1u, 1000u, Milliseconds, "The delay time in milliseconds."};
-inline constexpr ParameterDefinition kDryMix{
-    "dryMix",
-    RealNumber,
-    0.7f,
-    0.0f,
-    1.0f,
-    None,
-    "Level of the dry signal. 0 means no dry signal, 1 means maximum dry signal."};
-inline constexpr ParameterDefinition kWetMix{
-    "wetMix",
-    RealNumber,
-    0.3f,
-    0.0f,
-    1.0f,
-    None,
-    "Level of the wet signal. 0 means no wet signal, 1 means maximum wet signal."};
-inline constexpr ParameterDefinition kFeedbackLevel{
-    "feedbackLevel",
-    RealNumber,
-    0.2f,
-    0.0f,
-    0.99f,
-    None,
-    "The feedback level of the delay. 0 means no feedback, 1 means maximum feedback."};
+inline constexpr Parameter kDelayMs = Parameter::wholeNumber("delayMs")
+                                          .from(1u)
+                                          .to(1000u)
+                                          .startingAt(200u)
+                                          .inMilliseconds()
+                                          .describedAs("The delay time in milliseconds.");
+inline constexpr Parameter kDryMix =
+    Parameter::realNumber("dryMix").from(0.0f).to(1.0f).startingAt(0.7f).describedAs(
+        "Level of the dry signal. 0 means no dry signal, 1 means maximum dry signal.");
+inline constexpr Parameter kWetMix =
+    Parameter::realNumber("wetMix").from(0.0f).to(1.0f).startingAt(0.3f).describedAs(
+        "Level of the wet signal. 0 means no wet signal, 1 means maximum wet signal.");
+inline constexpr Parameter kFeedbackLevel =
+    Parameter::realNumber("feedbackLevel")
+        .from(0.0f)
+        .to(0.99f)
+        .startingAt(0.2f)
+        .describedAs(
+            "The feedback level of the delay. 0 means no feedback, 1 means maximum feedback.");
 
 // The three parameters of a swept effect.
 struct SweptEffectParameters {
@@ -71,25 +62,23 @@ struct SweptEffectParameters {
 };
 
 // How far a swept effect's delay swings: 0 to maximum seconds.
-constexpr ParameterDefinition sweepWidth(float defaultValue, float maximum) {
-    return {"sweepWidth",
-            RealNumber,
-            defaultValue,
-            0.0f,
-            maximum,
-            Seconds,
-            "How far the delay swings, in seconds."};
+constexpr Parameter sweepWidth(float defaultValue, float maximum) {
+    return Parameter::realNumber("sweepWidth")
+        .from(0.0f)
+        .to(maximum)
+        .startingAt(defaultValue)
+        .inSeconds()
+        .describedAs("How far the delay swings, in seconds.");
 }
 
 // How often a swept effect's delay swings: minimum to maximum hertz.
-constexpr ParameterDefinition sweepFrequency(float defaultValue, float minimum, float maximum) {
-    return {"frequency",
-            RealNumber,
-            defaultValue,
-            minimum,
-            maximum,
-            Hertz,
-            "How often the delay swings, in hertz."};
+constexpr Parameter sweepFrequency(float defaultValue, float minimum, float maximum) {
+    return Parameter::realNumber("frequency")
+        .from(minimum)
+        .to(maximum)
+        .startingAt(defaultValue)
+        .inHertz()
+        .describedAs("How often the delay swings, in hertz.");
 }
 
 inline constexpr SweptEffectParameters kChorus{
