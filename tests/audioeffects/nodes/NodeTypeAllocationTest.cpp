@@ -56,13 +56,14 @@ class NodeTypeAllocation : public ::testing::TestWithParam<NodeTypeEntry> {
     std::unique_ptr<SingleBusAudioProcessorNode> node = createProcessor(GetParam());
 };
 
-// Building a node allocates (its state and its lines among the four allocations at least) and
-// destroying it gives all of that back.
-TEST_P(NodeTypeAllocation, ConstructionAllocatesAndDestructionGivesBack) {
+// What every node must do with the heap outside processing: a node made by its creation
+// function is on the heap (the counter sees at least that), and destroying it gives back all
+// that making it took, whatever state the effect keeps.
+TEST_P(NodeTypeAllocation, DestructionGivesBackAllThatConstructionTook) {
     const XVAnyMap configuration;
     const HeapTraffic traffic = measureHeapTraffic(
         [&] { std::unique_ptr<Node>(GetParam().create(configuration)).reset(); });
-    EXPECT_GE(traffic.allocations, 4u);
+    EXPECT_GE(traffic.allocations, 1u);
     EXPECT_EQ(traffic.deallocations, traffic.allocations);
 }
 
