@@ -7,6 +7,7 @@
 #include <ostrana/audio/LaneChoice.h>
 #include <ostrana/audio/VectorSine.h>
 
+#include "audio/LaneTarget.h"
 #include "audio/PhaseWalk.h"
 
 namespace ostrana::audio {
@@ -54,7 +55,7 @@ namespace {
 // The same loops built for the widest vectors the processor has, chosen at run time as the
 // rest of the library's vector code is (the compiler's own dispatch, ifunc, cannot be used:
 // its resolvers run before a sanitizer's runtime is ready).
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
 [[gnu::target("avx512f")]] void formRunArgumentsSixteen(float* arguments, float start, float step,
                                                         unsigned int length, double phaseOffset,
                                                         double twoPi) {
@@ -77,7 +78,7 @@ namespace {
 
 void formRunArgumentsIn(unsigned int lanes, float* arguments, float start, float step,
                         unsigned int length, double phaseOffset, double twoPi) {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     if (lanes >= 16)
         return formRunArgumentsSixteen(arguments, start, step, length, phaseOffset, twoPi);
     if (lanes >= 8)
@@ -87,7 +88,7 @@ void formRunArgumentsIn(unsigned int lanes, float* arguments, float start, float
 }
 
 void scaleIn(unsigned int lanes, float* values, float amplitude, float offset, unsigned int steps) {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     if (lanes >= 16) return scaleSixteen(values, amplitude, offset, steps);
     if (lanes >= 8) return scaleEight(values, amplitude, offset, steps);
 #endif

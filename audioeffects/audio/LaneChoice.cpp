@@ -3,6 +3,8 @@
 
 #include <ostrana/audio/LaneChoice.h>
 
+#include "audio/LaneTarget.h"
+
 namespace ostrana::audio {
 
 namespace {
@@ -12,7 +14,7 @@ std::atomic<unsigned int> lanesAtMost{LaneChoice::kWidest};
 }  // namespace
 
 unsigned int LaneChoice::widestOnThisProcessor() {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     // The compiler's run-time support reads the processor's features while the program loads;
     // these only test bits of what it found.
     if (__builtin_cpu_supports("avx512f")) return 16;

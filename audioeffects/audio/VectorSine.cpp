@@ -7,9 +7,7 @@
 #include <ostrana/audio/LaneChoice.h>
 #include <ostrana/audio/VectorSine.h>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
+#include "audio/LaneTarget.h"
 
 namespace ostrana::audio {
 
@@ -93,7 +91,7 @@ bool scalarLane(float x, float& out) {
     return distance <= kBandBits || mantissa == 0 || mantissa == kMantissaMask;
 }
 
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
 // The lane forms: each evaluates the same polynomial on the same reduction, with FMA, and
 // flags the same kinds of lanes; their doubles may differ from the scalar lane's in the last
 // bits, far inside the margin above, and the float of every unflagged lane is sinf's.
@@ -317,7 +315,7 @@ unsigned int sineLanes() {
 // flagged ones, collected in the first pass.
 void evaluateStretch(const float* x, float* out, unsigned int count, unsigned int lanes) {
     Flagged flagged;
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     if (lanes == 16) {
         sixteenLaneStretch(x, out, count, flagged);
     } else if (lanes == 8) {
@@ -339,7 +337,7 @@ void evaluateStretch(const float* x, float* out, unsigned int count, unsigned in
 }  // namespace
 
 void VectorSine::evaluate(const float* x, float* out, unsigned int count) {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     const unsigned int lanes = sineLanes();
 #else
     const unsigned int lanes = 1;

@@ -1,9 +1,6 @@
 #pragma once
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
+#include "audio/LaneTarget.h"
 #include "nodes/SweptDelayFourLanes.h"
 
 namespace ostrana::extensions::audioeffects {
@@ -11,7 +8,7 @@ namespace ostrana::extensions::audioeffects {
 // The swept delay's steps on eight frames of a channel at once, with AVX2 (compiled for it
 // here whatever the build's target; run only on processors that have it).
 struct SweptDelayEightLanes : SweptDelayKernel {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     // SweptDelayFourLanes::run for eight frames, with AVX2: lane k is frame + k, written at slot w
     // + k with swings[k], and performs the single step's operations in the same precision and
     // order. Besides eight neighbouring slots, it takes read positions anywhere within one window

@@ -8,6 +8,7 @@
 #include <ostrana/audio/LaneChoice.h>
 #include <ostrana/sdk/AudioBuffer.h>
 
+#include "audio/LaneTarget.h"
 #include "nodes/SweptDelayChained.h"
 #include "nodes/SweptDelayEightLanes.h"
 #include "nodes/SweptDelayFourLanes.h"
@@ -132,7 +133,7 @@ class SweptDelayRenderer : SweptDelayKernel {
         if constexpr (kWidth == 4) {
             return SweptDelayFourLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback);
         }
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
         if constexpr (kWidth == 8) {
             return SweptDelayEightLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback);
         }
@@ -167,7 +168,7 @@ class SweptDelayRenderer : SweptDelayKernel {
     // renderLines in the widest lanes in use.
     template <SweepRecipe kRecipe, unsigned int kChannels>
     static void renderHoisted(const Block& block) {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
         switch (lanesInUse()) {
             case Lanes::kSixteen:
                 return renderSixteenLanes<kRecipe, kChannels>(block);
@@ -180,7 +181,7 @@ class SweptDelayRenderer : SweptDelayKernel {
         renderLines<kRecipe, kChannels, Lanes::kFour>(block);
     }
 
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     // renderLines compiled for AVX2, everything it calls compiled into it. Only for processors
     // that have AVX2 (lanesInUse).
     template <SweepRecipe kRecipe, unsigned int kChannels>

@@ -1,9 +1,6 @@
 #pragma once
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
+#include "audio/LaneTarget.h"
 #include "nodes/SweptDelayKernel.h"
 
 namespace ostrana::extensions::audioeffects {
@@ -20,7 +17,7 @@ namespace ostrana::extensions::audioeffects {
 // The swept delay's steps on sixteen frames of a channel at once, with AVX-512F (compiled for
 // it here whatever the build's target; run only on processors that have it).
 struct SweptDelaySixteenLanes : SweptDelayKernel {
-#if defined(__x86_64__)
+#if OSTRANA_X86_64_LANES
     // Sixteen consecutive frames of one channel at once: lane k is frame + k, written at slot
     // w + k with swings[k], and performs the single step's operations in the same precision
     // and order. Every lane's two samples are picked out of one window of 32 slots. Returns
