@@ -14,8 +14,7 @@ std::vector<audio::CircularBuffer> SweptNodeRules::makeLines(unsigned int number
 audio::LFO SweptNodeRules::makeOscillator(float frequency, float phaseOffset) {
     audio::LFO oscillator;
     oscillator.setFrequency(frequency);
-    oscillator.setAmplitude(kAmplitude);
-    oscillator.setOffset(kOffset);
+    oscillator.setSwing(audio::LFO::Swing::ZeroToOne);
     oscillator.setPhaseOffset(phaseOffset);
     return oscillator;
 }

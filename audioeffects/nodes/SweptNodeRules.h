@@ -11,9 +11,6 @@ namespace ostrana::extensions::audioeffects {
 // What the chorus, flanger and vibrato nodes share outside the sample work: the formats they
 // take, following the format from block to block, and building their lines and oscillators.
 struct SweptNodeRules {
-    static constexpr float kAmplitude = 0.5f;
-    static constexpr float kOffset = 0.5f;
-
     // The formats match and carry fewer than 3 channels.
     static bool acceptsBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat);
     // Clears every line when the block's rate or channel count differs from the previous
@@ -23,7 +20,7 @@ struct SweptNodeRules {
                              std::vector<audio::CircularBuffer>& lines);
     // The lines of a node of the given channel capacity, zero-filled.
     static std::vector<audio::CircularBuffer> makeLines(unsigned int numberOfChannels);
-    // An oscillator of the given frequency and phase offset, amplitude 0.5, offset 0.5.
+    // An oscillator of the given frequency and phase offset, swinging from 0 to 1.
     static audio::LFO makeOscillator(float frequency, float phaseOffset);
     // Phase offset of channel i's oscillator: a quarter cycle per channel.
     static float phaseOffsetOf(unsigned int channel);

@@ -13,6 +13,15 @@ class LFOLookAhead;
 // A sine oscillator that advances one sample per process call. Its four parameters may be
 // changed from a control thread while the audio thread runs process: each setter is one
 // atomic exchange, and process reads each parameter with a single plain load.
+//
+// For an effect, the way to use it:
+//   - setSwing(Swing::ZeroToOne) or setSwing(Swing::MinusOneToOne) once, for the range its
+//     values take (a new oscillator swings from -1 to 1);
+//   - processBlock(sampleRate, values, count) to fill a block with its next count values. That
+//     is the one call to fill a block with: the values are bit for bit those of count calls of
+//     process, at the cost of long runs. process is the same one step at a time (and the
+//     definition of the values); processBlockAhead is processBlock for effects that process
+//     many short blocks and keep an LFOLookAhead per oscillator.
 class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
   public:
     LFO() = default;
@@ -28,6 +37,17 @@ class OSTRANA_AUDIOEFFECTS_EXPORT LFO {
     void setOffset(float value) { offset_.exchange(value); }
     float getPhaseOffset() const { return phaseOffset_.load(std::memory_order_relaxed); }
     void setPhaseOffset(float value) { phaseOffset_.exchange(value); }
+
+    // The range an oscillator's values sweep. ZeroToOne (amplitude 0.5, offset 0.5) is what
+    // the swept effects use to turn a value into a share of their sweep; MinusOneToOne
+    // (amplitude 1, offset 0, as a new oscillator has) moves a value both ways.
+    enum class Swing { ZeroToOne, MinusOneToOne };
+    // Sets the amplitude, then the offset, of the swing.
+    void setSwing(Swing swing) {
+        const bool zeroToOne = swing == Swing::ZeroToOne;
+        setAmplitude(zeroToOne ? 0.5f : 1.0f);
+        setOffset(zeroToOne ? 0.5f : 0.0f);
+    }
 
     // Current phase in cycles. A plain read of state only process writes: call it on the thread
     // that processes (or while nothing does). It stays public for what watches the oscillator
