@@ -11,7 +11,7 @@ class Chain:
     """Effects run in order on the same blocks: chain(audio, sample_rate) works as an effect
     does. A chain may hold chains; an effect may appear only once in a chain."""
 
-    __slots__ = ("_effects", "_position")
+    __slots__ = ("_effects", "_position", "_layout")
 
     def __init__(self, effects=()):
         self._effects = list(effects)
@@ -19,6 +19,7 @@ class Chain:
             if not isinstance(effect, (Effect, Chain)):
                 raise TypeError(f"a chain holds effects and chains, not {effect!r}")
         self._position = 0
+        self._layout = None
 
     def _nodes(self):
         nodes = []
@@ -26,9 +27,10 @@ class Chain:
             nodes += effect._nodes() if isinstance(effect, Chain) else [effect._node]
         return nodes
 
-    def __call__(self, audio, sample_rate, *, block_size=512, reset=True):
+    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None):
         """As Effect.__call__, with every effect of the chain run on each block in turn."""
-        return _audio.run(self, self._nodes(), audio, sample_rate, block_size, reset)
+        return _audio.run(self, self._nodes(), audio, sample_rate, block_size, reset,
+                          channels_first)
 
     @property
     def effects(self):

@@ -15,7 +15,7 @@ class Effect:
     while another thread's call is processing: see the README's thread-safety notes.
     """
 
-    __slots__ = ("_node", "_position", "allow_out_of_range")
+    __slots__ = ("_node", "_position", "_layout", "allow_out_of_range")
 
     # The fully qualified node type name; each catalogue class sets its own.
     type_name = None
@@ -31,6 +31,7 @@ class Effect:
                             "class such as ostrana.Delay, or by type name with ostrana.create")
         self._node = _ostrana.Node(type_name)
         self._position = 0
+        self._layout = None
         self.allow_out_of_range = bool(allow_out_of_range)
         known = self.parameter_names()
         for name, value in parameters.items():
@@ -46,13 +47,19 @@ class Effect:
             return ()
         return tuple(parameter["python_name"] for parameter in self.catalogue["parameters"])
 
-    def __call__(self, audio, sample_rate, *, block_size=512, reset=True):
-        """Processes audio, (channels, frames) or 1-D mono, float32 or float64, at sample_rate,
-        in blocks of block_size frames. Returns a new float32 array of the input's shape.
+    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None):
+        """Processes audio, float32 or float64, at sample_rate, in blocks of block_size frames.
+        Returns a new float32 array in the input's layout.
+
+        audio is (channels, frames), (frames, channels) or 1-D mono; channels_first=True or
+        False says which of the two 2-D layouts it is. Left as None, only a shape with fewer
+        rows than columns is taken, as (channels, frames), and other shapes are refused.
 
         reset=True processes as a fresh effect; reset=False continues from the previous call,
-        so a signal processed in pieces gives exactly the samples of one call."""
-        return _audio.run(self, [self._node], audio, sample_rate, block_size, reset)
+        in its layout, so a signal processed in chunks of any size gives exactly the samples
+        of one call."""
+        return _audio.run(self, [self._node], audio, sample_rate, block_size, reset,
+                          channels_first)
 
     @property
     def parameters(self):
