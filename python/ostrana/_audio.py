@@ -13,6 +13,7 @@ last chunk of a stream needs nothing stated. An array of no frames is (channels,
 
 import numbers
 import operator
+import warnings
 
 import numpy as np
 
@@ -98,13 +99,99 @@ def count(value, name):
     return count
 
 
-def run(owner, nodes, audio, sample_rate, block_size, reset, channels_first=None):
-    """Runs nodes in order over audio for owner (an effect or a chain), which keeps the frame
-    position its blocks continue from, and the layout of its last call, when reset is false."""
-    array, layout = planar(audio, channels_first, None if reset else owner._layout)
-    start = 0 if reset else owner._position
-    output = _ostrana.process(nodes, array, count(sample_rate, "sample_rate"),
-                              count(block_size, "block_size"), start, bool(reset))
-    owner._position = start + array.shape[1]
-    owner._layout = layout
+class Stream:
+    """What a reset=False call continues: the frames processed so far (blocks continue their
+    grid), and the layout, channel count, rate and block size of the last call."""
+
+    __slots__ = ("position", "layout", "channels", "sample_rate", "block_size")
+
+    def __init__(self):
+        self.position = 0
+        self.layout = None
+        self.channels = 0
+        self.sample_rate = 0
+        self.block_size = 0
+
+
+# Frames of silence run through the nodes at a time in a tail.
+TAIL_CHUNK = 16384
+
+
+def tail_tracker(tail, tail_max, sample_rate, nodes):
+    """The library's tail tracker for tail ("auto", or seconds) after nodes at sample_rate;
+    None for 0. An automatic tail waits out the longest delay among the nodes."""
+    if isinstance(tail, str):
+        if tail.lower() != "auto":
+            raise ValueError(f'tail must be "auto" or a number of seconds, not {tail!r}')
+        quiet = max(node.quiet_seconds for node in nodes) if nodes else 0.05
+        return _ostrana.TailTracker.automatic(sample_rate, seconds(tail_max, "tail_max"), quiet)
+    if seconds(tail, "tail") == 0:
+        return None
+    return _ostrana.TailTracker.fixed(sample_rate, float(tail))
+
+
+def seconds(value, name):
+    """A length in seconds: a real number, 0 or more and finite."""
+    if isinstance(value, (bool, np.bool_)) or not isinstance(value, numbers.Real):
+        raise TypeError(f"{name} must be a number of seconds, not {value!r}")
+    if not 0 <= float(value) < float("inf"):
+        raise ValueError(f"{name} must be 0 seconds or more, and finite, not {value!r}")
+    return float(value)
+
+
+def run_tail(owner, nodes, tracker):
+    """The tail after the stream of owner: silence run through the nodes until the tracker
+    says the tail is complete, as (channels, frames). Warns when an automatic tail reached its
+    cap (it is then faded out)."""
+    stream = owner._stream
+    silence = np.zeros(stream.channels * TAIL_CHUNK, dtype=np.float32)
+    pieces = []
+    while frames := tracker.frames_to_feed(TAIL_CHUNK):
+        chunk = silence[:stream.channels * frames].reshape(stream.channels, frames)
+        output = _ostrana.process(nodes, chunk, stream.sample_rate,
+                                  stream.block_size, stream.position, False)
+        stream.position += frames
+        pieces.append(output[:, :tracker.take(output)])
+    if tracker.capped:
+        warnings.warn(f"the tail reached its cap of {tracker.frames / stream.sample_rate:g} s "
+                      "before falling quiet, and was faded out over its last 50 ms "
+                      "(a longer tail_max lets it ring out)", stacklevel=4)
+    if not pieces:
+        return np.zeros((stream.channels, 0), dtype=np.float32)
+    return np.concatenate(pieces, axis=1)
+
+
+def run(owner, nodes, audio, sample_rate, block_size, reset, channels_first=None, tail=0,
+        tail_max=30.0):
+    """Runs nodes in order over audio for owner (an effect or a chain), whose stream keeps the
+    frame position its blocks continue from, and the layout of its last call, when reset is
+    false. A tail ("auto" or seconds) follows the audio with what the nodes ring on with."""
+    stream = owner._stream
+    array, layout = planar(audio, channels_first, None if reset else stream.layout)
+    rate = count(sample_rate, "sample_rate")
+    block = count(block_size, "block_size")
+    tracker = tail_tracker(tail, tail_max, rate, nodes)
+    start = 0 if reset else stream.position
+    output = _ostrana.process(nodes, array, rate, block, start, bool(reset))
+    stream.position = start + array.shape[1]
+    stream.layout = layout
+    stream.channels, stream.sample_rate, stream.block_size = array.shape[0], rate, block
+    if tracker is not None:
+        output = np.concatenate((output, run_tail(owner, nodes, tracker)), axis=1)
     return layout.restore(output)
+
+
+def flush(owner, nodes, sample_rate, tail, tail_max):
+    """The rest of the tail after a stream of reset=False calls, in the stream's layout."""
+    stream = owner._stream
+    if stream.layout is None:
+        raise ValueError("flush follows a stream of calls, and nothing was processed yet")
+    rate = count(sample_rate, "sample_rate")
+    if rate != stream.sample_rate:
+        raise ValueError(f"flush continues the stream at {stream.sample_rate} Hz, not {rate} Hz")
+    tracker = tail_tracker(tail, tail_max, rate, nodes)
+    if tracker is None:
+        output = np.zeros((stream.channels, 0), dtype=np.float32)
+    else:
+        output = run_tail(owner, nodes, tracker)
+    return stream.layout.restore(output)

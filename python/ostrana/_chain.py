@@ -11,15 +11,14 @@ class Chain:
     """Effects run in order on the same blocks: chain(audio, sample_rate) works as an effect
     does. A chain may hold chains; an effect may appear only once in a chain."""
 
-    __slots__ = ("_effects", "_position", "_layout")
+    __slots__ = ("_effects", "_stream")
 
     def __init__(self, effects=()):
         self._effects = list(effects)
         for effect in self._effects:
             if not isinstance(effect, (Effect, Chain)):
                 raise TypeError(f"a chain holds effects and chains, not {effect!r}")
-        self._position = 0
-        self._layout = None
+        self._stream = _audio.Stream()
 
     def _nodes(self):
         nodes = []
@@ -27,10 +26,21 @@ class Chain:
             nodes += effect._nodes() if isinstance(effect, Chain) else [effect._node]
         return nodes
 
-    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None):
+    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None,
+                 tail=0, tail_max=30.0):
         """As Effect.__call__, with every effect of the chain run on each block in turn."""
         return _audio.run(self, self._nodes(), audio, sample_rate, block_size, reset,
-                          channels_first)
+                          channels_first, tail, tail_max)
+
+    def flush(self, sample_rate, *, tail="auto", tail_max=30.0):
+        """As Effect.flush: the rest of the chain's tail after a stream of reset=False calls."""
+        return _audio.flush(self, self._nodes(), sample_rate, tail, tail_max)
+
+    def tail_seconds(self):
+        """How long the chain rings on after its input: the sum of its effects' times (each
+        rings through the ones after it); None when an effect's time is not known."""
+        times = [effect.tail_seconds() for effect in self._effects]
+        return None if None in times else float(sum(times))
 
     @property
     def effects(self):

@@ -2,6 +2,7 @@
 types get a class each (Delay, PingPongDelay, ...), built here from the catalogue's data."""
 
 import inspect
+import math
 
 from . import _audio, _ostrana
 
@@ -15,7 +16,7 @@ class Effect:
     while another thread's call is processing: see the README's thread-safety notes.
     """
 
-    __slots__ = ("_node", "_position", "_layout", "allow_out_of_range")
+    __slots__ = ("_node", "_stream", "allow_out_of_range")
 
     # The fully qualified node type name; each catalogue class sets its own.
     type_name = None
@@ -30,8 +31,7 @@ class Effect:
             raise TypeError("Effect is the base of the effect classes: make an effect of a "
                             "class such as ostrana.Delay, or by type name with ostrana.create")
         self._node = _ostrana.Node(type_name)
-        self._position = 0
-        self._layout = None
+        self._stream = _audio.Stream()
         self.allow_out_of_range = bool(allow_out_of_range)
         known = self.parameter_names()
         for name, value in parameters.items():
@@ -47,7 +47,8 @@ class Effect:
             return ()
         return tuple(parameter["python_name"] for parameter in self.catalogue["parameters"])
 
-    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None):
+    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None,
+                 tail=0, tail_max=30.0):
         """Processes audio, float32 or float64, at sample_rate, in blocks of block_size frames.
         Returns a new float32 array in the input's layout.
 
@@ -57,9 +58,31 @@ class Effect:
 
         reset=True processes as a fresh effect; reset=False continues from the previous call,
         in its layout, so a signal processed in chunks of any size gives exactly the samples
-        of one call."""
+        of one call.
+
+        tail="auto" follows the audio with what the effect rings on with after it: until the
+        first 50 ms that stay below -100 dBFS, at most tail_max seconds (a tail cut there is
+        faded out over its last 50 ms, with a warning); tail=SECONDS adds exactly that much.
+        The default, 0, returns as many frames as came in."""
         return _audio.run(self, [self._node], audio, sample_rate, block_size, reset,
-                          channels_first)
+                          channels_first, tail, tail_max)
+
+    def flush(self, sample_rate, *, tail="auto", tail_max=30.0):
+        """The rest of a stream of reset=False calls: the tail the effect rings on with after
+        the last chunk (as the tail of a call), in the stream's layout. A later reset=False
+        call continues after it."""
+        return _audio.flush(self, [self._node], sample_rate, tail, tail_max)
+
+    def tail_seconds(self):
+        """How long the effect rings on after its input with the current settings, in seconds:
+        until a full-scale impulse's echoes fall below -100 dBFS (inf when feedback does not
+        decay): the time of the last echo above that level. The swept effects' longest
+        delay; 0 when switched off. None for a node type
+        outside the catalogue."""
+        if self.catalogue is None:
+            return None
+        return ring_seconds({p["name"]: self._node.get(p["name"])
+                             for p in self.catalogue["parameters"]})
 
     @property
     def parameters(self):
@@ -121,6 +144,31 @@ class NodeEffect(Effect):
 
     def __repr__(self):
         return f"NodeEffect({self.type_name!r})"
+
+
+# -100 dBFS, where a tail counts as quiet.
+QUIET_LEVEL = 1e-5
+
+
+def ring_seconds(values):
+    """How long an effect with these parameter values (catalogue names) rings on after its
+    input: the echoes of an echo effect until they fall below -100 dBFS, the longest delay of a
+    swept one."""
+    if not values.get("enabled", True):
+        return 0.0
+    if "feedbackLevel" in values and "delayMs" in values:
+        delay = values["delayMs"] / 1000.0
+        wet, feedback = values.get("wetMix", 1.0), values["feedbackLevel"]
+        if wet <= QUIET_LEVEL:
+            return 0.0
+        if feedback <= 0:
+            return delay
+        if feedback >= 1:
+            return math.inf
+        # Echo k (from 1) has wet * feedback^(k - 1) of the input's level.
+        echoes = 1 + math.floor(math.log(QUIET_LEVEL / wet) / math.log(feedback))
+        return echoes * delay
+    return float(values.get("sweepWidth", 0.0))
 
 
 def _parameter_doc(parameter):

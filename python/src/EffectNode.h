@@ -33,6 +33,7 @@ class EffectNode {
     // The catalogue's entry for the type, or nullptr for a type of another extension.
     const NodeTypeEntry* entry() const { return entry_; }
     SingleBusAudioProcessorNode& processor() { return *processor_; }
+    Node& node() { return *node_; }
 
     // The catalogue parameter of this name (catalogue or Python spelling), or nullptr.
     const NodeParameter* findParameter(std::string_view name) const;
