@@ -1,8 +1,11 @@
 """Effects: one node each, made by type name through the host library. The catalogue's node
 types get a class each (Delay, PingPongDelay, ...), built here from the catalogue's data."""
 
+import difflib
 import inspect
 import math
+
+import numpy as np
 
 from . import _audio, _ostrana
 
@@ -33,13 +36,26 @@ class Effect:
         self._node = _ostrana.Node(type_name)
         self._stream = _audio.Stream()
         self.allow_out_of_range = bool(allow_out_of_range)
+        if not isinstance(allow_out_of_range, (bool, np.bool_)):
+            raise TypeError(f"allow_out_of_range takes True or False, not {allow_out_of_range!r}")
         known = self.parameter_names()
         for name, value in parameters.items():
             if name not in known:
                 raise TypeError(
-                    f"{type(self).__name__}() got an unexpected keyword argument {name!r}; "
+                    f"{type(self).__name__}() got an unexpected keyword argument {name!r}"
+                    f"{suggestion(self._python_name(name), known)}; "
                     f"parameters: {', '.join(known) or 'none'}")
             self._node.set(name, value, self.allow_out_of_range)
+
+    @classmethod
+    def _python_name(cls, name):
+        """The Python name of a parameter given in either spelling (the name itself when the
+        type has no parameter of that catalogue name)."""
+        if cls.catalogue is not None:
+            for parameter in cls.catalogue["parameters"]:
+                if parameter["name"] == name:
+                    return parameter["python_name"]
+        return name
 
     def parameter_names(self):
         """The parameters' Python names, in the catalogue's order."""
@@ -91,8 +107,37 @@ class Effect:
 
     @classmethod
     def from_parameters(cls, parameters, *, allow_out_of_range=False):
-        """An effect of this class with these parameter values (a dict as `parameters` gives)."""
-        return cls(allow_out_of_range=allow_out_of_range, **parameters)
+        """An effect of this class with these parameter values: a dict as `parameters` gives
+        (Python names) or as to_dict gives (the catalogue's names), or a mix."""
+        values = {}
+        for name, value in parameters.items():
+            python_name = cls._python_name(name)
+            if python_name in values:
+                raise ValueError(f"{python_name} is given twice, as {python_name!r} and as "
+                                 f"{name!r}")
+            values[python_name] = value
+        return cls(allow_out_of_range=allow_out_of_range, **values)
+
+    @classmethod
+    def from_dict(cls, data):
+        """An effect from the plain data that to_dict gives: of this class, or of the type
+        the data names when called on Effect. Refuses anything else with a ValueError naming
+        where in the data the fault is."""
+        effect = from_dict(data)
+        if cls is not Effect and type(effect) is not cls:
+            raise ValueError(f"type: {cls.__name__}.from_dict takes {cls.type_name} data, not "
+                             f"{effect.type_name}")
+        return effect
+
+    def reset(self):
+        """Makes the effect fresh, as if just made with its current settings: no delayed
+        samples, oscillators at their start; a reset=False call then starts a new stream."""
+        self._node.renew()
+        self._stream = _audio.Stream()
+
+    def __reduce__(self):
+        # Pickles (and so travels to other processes) as its settings: a fresh effect there.
+        return (from_dict, (self.to_dict(),))
 
     def to_dict(self):
         """The effect as plain data with the catalogue's parameter names: the form a chain
@@ -121,8 +166,7 @@ class Effect:
 
     def __copy__(self):
         """An effect of the same type with the same parameters, fresh: no delayed samples."""
-        return create(self.type_name, allow_out_of_range=self.allow_out_of_range,
-                      **self.parameters)
+        return from_dict(self.to_dict())
 
     def __deepcopy__(self, memo):
         return self.__copy__()
@@ -224,21 +268,93 @@ def effect_class(entry):
 CLASSES = {entry["type_name"]: effect_class(entry) for entry in _ostrana.node_types()}
 
 
+class UnknownNodeTypeError(KeyError, ValueError):
+    """A node type name that no loaded extension has (a KeyError for describe's callers of
+    old, a ValueError as create raises for any value it cannot take)."""
+
+    def __str__(self):
+        return str(self.args[0])
+
+
+def suggestion(name, candidates):
+    """" (did you mean 'x'?)" for the closest of candidates to name, or ""."""
+    lowered = {candidate.lower(): candidate for candidate in candidates}
+    if name.lower() in lowered:
+        return f" (did you mean {lowered[name.lower()]!r}?)"
+    close = difflib.get_close_matches(name, list(candidates), n=1, cutoff=0.6)
+    return f" (did you mean {close[0]!r}?)" if close else ""
+
+
+def type_name_of(name):
+    """The fully qualified type name for a type name, a catalogue short name ("ping-pong-delay")
+    or an effect class name ("PingPongDelay"), any case for the last two."""
+    if not isinstance(name, str):
+        raise TypeError(f"a node type name is a str, not {name!r}")
+    if name in CLASSES or name in _ostrana.type_names():
+        return name
+    for type_name, cls in CLASSES.items():
+        if name.lower() in (cls.__name__.lower(), cls.catalogue["short_name"].lower()):
+            return type_name
+    known = list(_ostrana.type_names())
+    names = known + [cls.__name__ for cls in CLASSES.values()] + [
+        cls.catalogue["short_name"] for cls in CLASSES.values()]
+    raise UnknownNodeTypeError(f"unknown node type {name!r}{suggestion(name, names)}; known "
+                               f"types: {', '.join(known)}")
+
+
 def create(type_name, *, allow_out_of_range=False, **parameters):
-    """An effect of any node type of any loaded extension, by its fully qualified name."""
+    """An effect of any node type of any loaded extension, by its fully qualified name
+    ("AudioEffects.Chorus"), or for the catalogue's types also by short name ("chorus") or
+    class name ("Chorus")."""
+    type_name = type_name_of(type_name)
     cls = CLASSES.get(type_name)
     if cls is not None:
         return cls(allow_out_of_range=allow_out_of_range, **parameters)
     return NodeEffect(type_name, allow_out_of_range=allow_out_of_range, **parameters)
 
 
-def from_dict(data):
-    """An effect from the plain data that to_dict gives (catalogue or Python names)."""
-    cls = CLASSES.get(data["type"])
-    python_names = {}
-    if cls is not None:
-        python_names = {p["name"]: p["python_name"] for p in cls.catalogue["parameters"]}
-    parameters = {python_names.get(name, name): value
-                  for name, value in data.get("parameters", {}).items()}
-    return create(data["type"], allow_out_of_range=data.get("allow_out_of_range", False),
-                  **parameters)
+EFFECT_KEYS = ("type", "parameters", "allow_out_of_range")
+
+
+def _at(path, key):
+    return f"{path}.{key}" if path else key
+
+
+def from_dict(data, path=""):
+    """An effect from the plain data that to_dict gives (catalogue or Python parameter names).
+    Anything else is a ValueError naming where in the data it is (path leads to data)."""
+    if not isinstance(data, dict):
+        raise ValueError(f"{path or 'an effect'}: an effect is an object {{\"type\": ..., "
+                         f"\"parameters\": {{...}}}}, not {type(data).__name__} {data!r:.40}")
+    for key in data:
+        if key not in EFFECT_KEYS:
+            raise ValueError(f"{_at(path, key)}: unknown key{suggestion(str(key), EFFECT_KEYS)}; "
+                             f"an effect has {', '.join(EFFECT_KEYS)}")
+    if "type" not in data:
+        raise ValueError(f"{_at(path, 'type')}: missing; an effect names its node type")
+    try:
+        type_name = type_name_of(data["type"])
+    except (TypeError, UnknownNodeTypeError) as error:
+        raise ValueError(f"{_at(path, 'type')}: {error}") from None
+    allow = data.get("allow_out_of_range", False)
+    if not isinstance(allow, bool):
+        raise ValueError(f"{_at(path, 'allow_out_of_range')}: true or false, not {allow!r}")
+    parameters = data.get("parameters", {})
+    if not isinstance(parameters, dict):
+        raise ValueError(f"{_at(path, 'parameters')}: an object of parameter values, not "
+                         f"{type(parameters).__name__}")
+    effect = create(type_name, allow_out_of_range=allow)
+    for name, value in parameters.items():
+        where = _at(_at(path, "parameters"), name)
+        python_name = effect._python_name(name)
+        if python_name not in effect.parameter_names():
+            catalogue_names = [p["name"] for p in (effect.catalogue or {"parameters": []})[
+                "parameters"]]
+            raise ValueError(f"{where}: {type(effect).__name__} has no parameter {name!r}"
+                             f"{suggestion(str(name), catalogue_names)}; parameters: "
+                             f"{', '.join(catalogue_names) or 'none'}")
+        try:
+            setattr(effect, python_name, value)
+        except (TypeError, ValueError) as error:
+            raise ValueError(f"{where}: {error}") from None
+    return effect

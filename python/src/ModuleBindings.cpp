@@ -6,6 +6,7 @@
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,9 @@
 #include "ParameterConversion.h"
 
 namespace py = pybind11;
+using ostrana::extensions::audioeffects::TailTracker;
 using ostrana::python::EffectCall;
 using ostrana::python::EffectNode;
-using ostrana::extensions::audioeffects::TailTracker;
 using ostrana::python::ModuleFunctions;
 
 namespace {
@@ -53,7 +54,9 @@ PYBIND11_MODULE(_ostrana, module) {
     module.def("describe", &ModuleFunctions::describe, py::arg("name"),
                "The descriptor of a node type of any loaded extension, as a dict.");
     module.def("load_extension", &ModuleFunctions::loadExtension, py::arg("path"),
-               "Loads an extension library; returns the node type names it added.");
+               py::arg("soname"),
+               "Loads an extension library (unless a library of its path or SONAME is loaded); "
+               "returns the node type names it added.");
 
     py::class_<EffectNode>(module, "Node")
         .def(py::init<std::string>(), py::arg("type_name"))
@@ -71,6 +74,14 @@ PYBIND11_MODULE(_ostrana, module) {
                            : TailTracker::quietSecondsAfter(*node.entry(), node.node());
             },
             "The quiet stretch that ends an automatic tail after this node.")
+        .def("renew",
+             [](EffectNode& node) {
+                 if (node.busy()) {
+                     throw std::runtime_error(node.typeName() +
+                                              " is processing in another call; one call at a time");
+                 }
+                 node.renew();
+             })
         .def_property_readonly("busy", &EffectNode::busy)
         .def_property_readonly("input_address", &EffectNode::inputAddress,
                                "The address of the first input sample of the last call.");
