@@ -17,12 +17,12 @@ from ._effect import CLASSES as _CLASSES
 from . import _elf
 from ._effect import Effect, NodeEffect, UnknownNodeTypeError, create
 from ._effect import type_name_of as _type_name_of
-from ._files import FORMATS, read, write
+from ._files import FORMATS, AudioFile, read, write
 
 for _class in _CLASSES.values():
     globals()[_class.__name__] = _class
 
-__all__ = ["Chain", "Effect", "NodeEffect", "FORMATS", "UnknownNodeTypeError", "create",
+__all__ = ["AudioFile", "Chain", "Effect", "NodeEffect", "FORMATS", "UnknownNodeTypeError", "create",
            "describe", "load_extension",
            "node_types", "read", "type_names", "write"] + [c.__name__ for c in _CLASSES.values()]
 
