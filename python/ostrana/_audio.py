@@ -195,3 +195,37 @@ def flush(owner, nodes, sample_rate, tail, tail_max):
     else:
         output = run_tail(owner, nodes, tracker)
     return stream.layout.restore(output)
+
+
+class Processor:
+    """What effects and chains share: they are called on audio, stream, and ring on.
+    Subclasses give _nodes(), the nodes that run in order, and keep a _stream."""
+
+    __slots__ = ()
+
+    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None,
+                 tail=0, tail_max=30.0):
+        """Processes audio, float32 or float64, at sample_rate, in blocks of block_size frames.
+        Returns a new float32 array in the input's layout.
+
+        audio is (channels, frames), (frames, channels) or 1-D mono; channels_first=True or
+        False says which of the two 2-D layouts it is. Left as None, only a shape with fewer
+        rows than columns is taken, as (channels, frames), and other shapes are refused.
+
+        reset=True processes as a fresh effect; reset=False continues from the previous call,
+        in its layout, so a signal processed in chunks of any size gives exactly the samples
+        of one call.
+
+        tail="auto" follows the audio with what the effect rings on with after it: until the
+        first 50 ms that stay below -100 dBFS (or, after an echo effect, as long as its delay),
+        at most tail_max seconds (a tail cut there is faded out over its last 50 ms, with a
+        warning); tail=SECONDS adds exactly that much. The default, 0, returns as many frames
+        as came in."""
+        return run(self, self._nodes(), audio, sample_rate, block_size, reset, channels_first,
+                   tail, tail_max)
+
+    def flush(self, sample_rate, *, tail="auto", tail_max=30.0):
+        """The rest of a stream of reset=False calls: the tail rung on with after the last
+        chunk (as the tail of a call), in the stream's layout. A later reset=False call
+        continues after it."""
+        return flush(self, self._nodes(), sample_rate, tail, tail_max)

@@ -14,7 +14,7 @@ def _checked(effect):
     return effect
 
 
-class Chain(collections.abc.MutableSequence):
+class Chain(_audio.Processor, collections.abc.MutableSequence):
     """Effects run in order on the same blocks: chain(audio, sample_rate) works as an effect
     does. A chain may hold chains; an effect may appear only once in a chain. A chain is a
     mutable sequence of its effects, as a list is: append, insert, remove, index, slices, del;
@@ -31,16 +31,6 @@ class Chain(collections.abc.MutableSequence):
         for effect in self._effects:
             nodes += effect._nodes() if isinstance(effect, Chain) else [effect._node]
         return nodes
-
-    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None,
-                 tail=0, tail_max=30.0):
-        """As Effect.__call__, with every effect of the chain run on each block in turn."""
-        return _audio.run(self, self._nodes(), audio, sample_rate, block_size, reset,
-                          channels_first, tail, tail_max)
-
-    def flush(self, sample_rate, *, tail="auto", tail_max=30.0):
-        """As Effect.flush: the rest of the chain's tail after a stream of reset=False calls."""
-        return _audio.flush(self, self._nodes(), sample_rate, tail, tail_max)
 
     def tail_seconds(self):
         """How long the chain rings on after its input: the sum of its effects' times (each

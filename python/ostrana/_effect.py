@@ -10,7 +10,7 @@ import numpy as np
 from . import _audio, _ostrana
 
 
-class Effect:
+class Effect(_audio.Processor):
     """An effect on audio arrays: call it as effect(audio, sample_rate).
 
     Parameters are keyword arguments and properties. A value outside the catalogue's range is
@@ -23,6 +23,11 @@ class Effect:
 
     # The fully qualified node type name; each catalogue class sets its own.
     type_name = None
+
+    def __init_subclass__(cls, **keywords):
+        super().__init_subclass__(**keywords)
+        if isinstance(cls.__dict__.get("type_name"), str):
+            register(cls)
     # The catalogue's data on the node type (None for a type of another extension).
     catalogue = None
 
@@ -63,31 +68,8 @@ class Effect:
             return ()
         return tuple(parameter["python_name"] for parameter in self.catalogue["parameters"])
 
-    def __call__(self, audio, sample_rate, *, block_size=512, reset=True, channels_first=None,
-                 tail=0, tail_max=30.0):
-        """Processes audio, float32 or float64, at sample_rate, in blocks of block_size frames.
-        Returns a new float32 array in the input's layout.
-
-        audio is (channels, frames), (frames, channels) or 1-D mono; channels_first=True or
-        False says which of the two 2-D layouts it is. Left as None, only a shape with fewer
-        rows than columns is taken, as (channels, frames), and other shapes are refused.
-
-        reset=True processes as a fresh effect; reset=False continues from the previous call,
-        in its layout, so a signal processed in chunks of any size gives exactly the samples
-        of one call.
-
-        tail="auto" follows the audio with what the effect rings on with after it: until the
-        first 50 ms that stay below -100 dBFS, at most tail_max seconds (a tail cut there is
-        faded out over its last 50 ms, with a warning); tail=SECONDS adds exactly that much.
-        The default, 0, returns as many frames as came in."""
-        return _audio.run(self, [self._node], audio, sample_rate, block_size, reset,
-                          channels_first, tail, tail_max)
-
-    def flush(self, sample_rate, *, tail="auto", tail_max=30.0):
-        """The rest of a stream of reset=False calls: the tail the effect rings on with after
-        the last chunk (as the tail of a call), in the stream's layout. A later reset=False
-        call continues after it."""
-        return _audio.flush(self, [self._node], sample_rate, tail, tail_max)
+    def _nodes(self):
+        return [self._node]
 
     def tail_seconds(self):
         """How long the effect rings on after its input with the current settings, in seconds:
@@ -215,13 +197,8 @@ def ring_seconds(values):
     return float(values.get("sweepWidth", 0.0))
 
 
-def _parameter_doc(parameter):
-    return (f"{parameter['description']} A {parameter['kind']}, {parameter['range']}; "
-            f"default {parameter['default']!r}.")
-
-
-def _parameter_property(parameter):
-    name = parameter["python_name"]
+def parameter(name, doc):
+    """The property of an effect class for the parameter of this Python name."""
 
     def get(self):
         return self._node.get(name)
@@ -229,16 +206,7 @@ def _parameter_property(parameter):
     def set(self, value):
         self._node.set(name, value, self.allow_out_of_range)
 
-    return property(get, set, doc=_parameter_doc(parameter))
-
-
-def _class_doc(entry):
-    channels = (f"exactly {entry['min_channels']}" if entry["min_channels"] ==
-                entry["max_channels"] else f"{entry['min_channels']} to {entry['max_channels']}")
-    lines = [f"{entry['display_name']} ({entry['type_name']}): {entry['description']}",
-             f"Takes audio of {channels} channels.", "", "Parameters (keyword arguments):"]
-    lines += [f"    {p['python_name']}: {_parameter_doc(p)}" for p in entry["parameters"]]
-    return "\n".join(lines)
+    return property(get, set, doc=doc)
 
 
 def _signature(entry):
@@ -249,23 +217,21 @@ def _signature(entry):
     return inspect.Signature(parameters)
 
 
-def effect_class(entry):
-    """The class of one catalogue node type: its name is the descriptor's subtype, its
-    properties and keyword arguments the parameters in snake_case."""
-    namespace = {
-        "__slots__": (),
-        "__doc__": _class_doc(entry),
-        "__module__": __package__,
-        "__signature__": _signature(entry),
-        "type_name": entry["type_name"],
-        "catalogue": entry,
-    }
-    for parameter in entry["parameters"]:
-        namespace[parameter["python_name"]] = _parameter_property(parameter)
-    return type(entry["class_name"], (Effect,), namespace)
+# The effect classes of the catalogue by type name, as _effects.py defines them.
+CLASSES = {}
+ENTRIES = {entry["type_name"]: entry for entry in _ostrana.node_types()}
 
 
-CLASSES = {entry["type_name"]: effect_class(entry) for entry in _ostrana.node_types()}
+def register(cls):
+    """Gives an effect class of the catalogue its catalogue data and signature, and lists it."""
+    entry = ENTRIES.get(cls.type_name)
+    if entry is None or entry["class_name"] != cls.__name__:
+        raise ImportError(f"the effect class {cls.__name__} ({cls.type_name}) is not in the "
+                          "library's catalogue: the package was built with another library")
+    cls.catalogue = entry
+    cls.__signature__ = _signature(entry)
+    cls.__module__ = __package__  # ostrana.Delay, where users find it
+    CLASSES[cls.type_name] = cls
 
 
 class UnknownNodeTypeError(KeyError, ValueError):
