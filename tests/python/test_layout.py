@@ -79,7 +79,7 @@ def test_stated_layout_wins_over_the_shape():
     assert_bit_identical(ostrana.Delay()(audio.T, RATE, channels_first=False),
                          ostrana.Delay()(audio, RATE).T)
     with pytest.raises(ValueError, match="does not take audio of 3 channels"):
-        ostrana.Delay()(audio.T, RATE, channels_first=True)
+        ostrana.PingPongDelay()(audio.T, RATE, channels_first=True)
 
 
 @pytest.mark.parametrize("shape", [(2, 2), (1000, 2), (3, 1)])

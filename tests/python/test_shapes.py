@@ -68,10 +68,11 @@ def test_ping_pong_delay_refuses_mono():
         ostrana.PingPongDelay()(signal(1, 1000), 48000)
 
 
-def test_more_channels_than_a_node_takes_are_refused():
-    with pytest.raises(ValueError, match="Delay does not take audio of 3 channels; it takes 1 "
-                                         "to 2 channels"):
-        ostrana.Delay()(signal(3, 1000), 48000)
+def test_channels_that_do_not_split_into_groups_are_refused():
+    with pytest.raises(ValueError, match="PingPongDelay does not take audio of 3 channels; it "
+                                         "takes exactly 2 channels, and 3 do not split into "
+                                         "groups of those"):
+        ostrana.PingPongDelay()(signal(3, 1000), 48000)
     with pytest.raises(ValueError, match="PingPongDelay does not take audio of 1 channel"):
         ostrana.Chain([ostrana.Delay(), ostrana.PingPongDelay()])(signal(1, 1000), 48000)
 
