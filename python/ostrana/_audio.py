@@ -83,6 +83,8 @@ def planar(audio, channels_first=None, previous=None):
 def count(value, name):
     """A positive whole number that fits 32 bits, from an int-like value or a float that is
     whole (44100.0, as files report rates). Booleans are refused: True is no rate."""
+    if type(value) is int and 1 <= value < 2**32:
+        return value  # the common case, without the checks' cost on every call
     if isinstance(value, (bool, np.bool_)):
         raise TypeError(f"{name} must be a whole number, not {value!r}")
     if isinstance(value, numbers.Real) and not isinstance(value, numbers.Integral):
@@ -120,6 +122,8 @@ TAIL_CHUNK = 16384
 def tail_tracker(tail, tail_max, sample_rate, nodes):
     """The library's tail tracker for tail ("auto", or seconds) after nodes at sample_rate;
     None for 0. An automatic tail waits out the longest delay among the nodes."""
+    if type(tail) is int and tail == 0:
+        return None
     if isinstance(tail, str):
         if tail.lower() != "auto":
             raise ValueError(f'tail must be "auto" or a number of seconds, not {tail!r}')
