@@ -3,6 +3,7 @@
 container it writes, integer samples rounded to the nearest step with samples beyond full
 scale clipped and counted, no time stamp in the file (the same audio gives the same bytes)."""
 
+import errno
 import io
 import os
 import warnings
@@ -76,8 +77,8 @@ def choose_format(path, format, sample_rate, channels):
         for name in order:
             if _fits(container, names[name], sample_rate, channels):
                 return container, names[name], name
-        raise ValueError(f"{os.fspath(path)!r}: {container} files cannot hold {' or '.join(order)} "
-                         f"samples with {channels} channels at {sample_rate} Hz")
+        raise ValueError(f"{os.fspath(path)!r}: {container} files cannot hold {channels} "
+                         f"channels at {sample_rate} Hz")
     if format not in names:
         raise ValueError(f"format must be one of {', '.join(names)} (or None for the "
                          f"container's own), not {format!r}")
@@ -143,8 +144,12 @@ def _check_readable(path):
 def _reserve(path):
     """Opens the destination for writing without truncating it, so that a missing folder or
     a file or folder without write permission raises FileNotFoundError or PermissionError
-    before anything is written. Returns whether the file was there before."""
+    before anything is written. A write-protected file is refused even where the process could
+    write it (as root), as the command line refuses it. Returns whether the file was there
+    before."""
     existed = os.path.lexists(path)
+    if existed and os.path.isfile(path) and not os.stat(path).st_mode & 0o222:
+        raise PermissionError(errno.EACCES, "the file is write-protected", os.fspath(path))
     os.close(os.open(path, os.O_WRONLY | os.O_CREAT, 0o666))
     return existed
 

@@ -124,8 +124,7 @@ def test_every_container_gets_its_own_format_by_default(tmp_path, name, rate, co
 def test_formats_a_container_cannot_hold_are_refused_before_writing(tmp_path):
     path = tmp_path / "x.opus"
     path.write_bytes(b"the user's own file")
-    with pytest.raises(ValueError, match="OGG files cannot hold opus samples with 2 channels at "
-                                         "44100 Hz"):
+    with pytest.raises(ValueError, match="OGG files cannot hold 2 channels at 44100 Hz"):
         ostrana.write(path, signal(2, 100), 44100)
     with pytest.raises(ValueError, match=".opus files hold Opus, not vorbis"):
         ostrana.write(path, signal(2, 100), 48000, format="vorbis")
@@ -152,6 +151,12 @@ def test_missing_and_forbidden_files_raise_pythons_errors(tmp_path):
         forbidden = folder / "x.wav"
     with pytest.raises(PermissionError):
         ostrana.write(forbidden, signal(2, 100), 48000)
+    protected = tmp_path / "protected.wav"
+    protected.write_bytes(b"the user's own file")
+    protected.chmod(0o444)
+    with pytest.raises(PermissionError, match="write-protected"):
+        ostrana.write(protected, signal(2, 100), 48000)
+    assert protected.read_bytes() == b"the user's own file"
     (tmp_path / "text.wav").write_text("not a sound")
     with pytest.raises(ValueError, match="not a sound file libsndfile reads"):
         ostrana.read(tmp_path / "text.wav")
