@@ -41,7 +41,8 @@ def test_a_local_cluster_renders_a_corpus_as_the_serial_run_does(tmp_path):
     (tmp_path / "dask").mkdir()
     serial = [render(chain, path, tmp_path / "serial" / path.name) for path in sources]
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
-                                  dashboard_address=None) as cluster:
+                                  dashboard_address=None,
+                                  local_directory=tmp_path / "workers") as cluster:
         with distributed.Client(cluster) as client:
             shared = client.scatter(chain, broadcast=True)
             futures = client.map(render, [shared] * FILES, sources,
