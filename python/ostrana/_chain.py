@@ -68,6 +68,7 @@ class Chain(_audio.Processor, collections.abc.MutableSequence):
         del self._effects[index]
 
     def insert(self, index, value):
+        """Inserts an effect or chain before index, as list.insert does."""
         self._effects.insert(index, _checked(value))
 
     def __repr__(self):

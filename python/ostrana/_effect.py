@@ -166,6 +166,7 @@ class NodeEffect(Effect):
 
     @property
     def type_name(self):
+        """The fully qualified name of the node type."""
         return self._type_name
 
     def __repr__(self):

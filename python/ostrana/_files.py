@@ -243,10 +243,12 @@ class AudioFile:
 
     @property
     def samplerate(self):
+        """The sample rate in Hz."""
         return self._file.samplerate
 
     @property
     def channels(self):
+        """The number of channels."""
         return self._file.channels
 
     @property

@@ -42,6 +42,13 @@ def test_float_write_and_read_are_exact(tmp_path):
     assert_bit_identical(ostrana.read(path, channels_first=False)[0], audio.T)
 
 
+def test_double_holds_the_float32_samples_exactly(tmp_path):
+    audio = signal(2, 3000) * 2
+    ostrana.write(tmp_path / "x.wav", audio, 48000, format="double")
+    assert soundfile.info(tmp_path / "x.wav").subtype == "DOUBLE"
+    assert_bit_identical(ostrana.read(tmp_path / "x.wav")[0], audio)
+
+
 def test_mono_1d_writes_one_channel(tmp_path):
     path = tmp_path / "mono.flac"
     ostrana.write(path, signal(1, 1000)[0], 48000, format="pcm16")

@@ -118,3 +118,20 @@ def test_the_libraries_have_clean_run_paths():
     for library in libraries:
         entries = _elf.run_path(library)
         assert entries == ["$ORIGIN"], (library.name, entries)
+
+
+def test_every_public_name_and_method_has_a_docstring():
+    missing = []
+    for name in ostrana.__all__:
+        item = getattr(ostrana, name)
+        if callable(item) and not (item.__doc__ or "").strip():
+            missing.append(name)
+        if isinstance(item, type):
+            for attribute, member in vars(item).items():
+                if attribute.startswith("_") or not callable(member) and not isinstance(
+                        member, (property, classmethod)):
+                    continue
+                function = member.__func__ if isinstance(member, classmethod) else member
+                if not (function.__doc__ or "").strip():
+                    missing.append(f"{name}.{attribute}")
+    assert missing == []
