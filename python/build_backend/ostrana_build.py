@@ -9,12 +9,16 @@ Only the module's target is built. Nothing is downloaded.
 
 import base64
 import hashlib
+import importlib.util
+import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import sysconfig
+import tempfile
 import tomllib
 import zipfile
 
@@ -68,13 +72,57 @@ def _module_file(build):
 
 
 def _package_files(build):
-    """(path in the wheel, file on disk) for everything the package installs."""
+    """(path in the wheel, file on disk) for everything the package installs from files."""
+    sources = PACKAGE_SOURCE / "ostrana"
     files = [(f"ostrana/{source.name}", source)
-             for source in sorted((PACKAGE_SOURCE / "ostrana").glob("*.py"))]
+             for source in sorted([*sources.glob("*.py"), *sources.glob("*.pyi"),
+                                   sources / "py.typed"])]
     module = _module_file(build)
     files.append((f"ostrana/{module.name}", module))
     files += [(f"ostrana/{library.name}", library) for library in _library_files(build)]
     return files
+
+
+def _catalogue(build):
+    """The catalogue's data, from the module just built, run beside both libraries (as the
+    wheel holds them) in a fresh interpreter."""
+    with tempfile.TemporaryDirectory() as stage:
+        for _, path in _package_files(build):
+            if path.suffix not in (".py", ".pyi", ".typed"):
+                shutil.copy(path, stage)
+        listing = subprocess.run(
+            [sys.executable, "-c", "import json, _ostrana; print(json.dumps(_ostrana.node_types()))"],
+            cwd=stage, check=True, capture_output=True, text=True,
+            env={**os.environ, "PYTHONPATH": stage, "PYTHONDONTWRITEBYTECODE": "1"})
+    return json.loads(listing.stdout)
+
+
+def _package_module(name):
+    """One of the package's modules that import nothing of it, loaded from its file."""
+    location = importlib.util.spec_from_file_location(f"ostrana_{name}",
+                                                      PACKAGE_SOURCE / "ostrana" / f"{name}.py")
+    module = importlib.util.module_from_spec(location)
+    location.loader.exec_module(module)
+    return module
+
+
+def _contents(name, path):
+    """A file's bytes for the wheel; the libraries without the empty run-path entries of the
+    build tree (an empty entry means the current folder)."""
+    data = path.read_bytes()
+    if ".so" in path.name:
+        data = _package_module("_elf").clean_run_path(data)
+    return data
+
+
+def _generated_files(build, version):
+    """(path in the wheel, contents) of the files written at build time: the effect classes
+    and their stub, made from the catalogue, and the version."""
+    generate = _package_module("_generate")
+    catalogue = _catalogue(build)
+    return [("ostrana/_effects.py", generate.effects_module(catalogue).encode()),
+            ("ostrana/_effects.pyi", generate.effects_stub(catalogue).encode()),
+            ("ostrana/_version.py", f'__version__ = "{version}"\n'.encode())]
 
 
 def _library_files(build):
@@ -115,7 +163,8 @@ def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
     distribution = f"{project['name']}-{version}"
     wheel_path = pathlib.Path(wheel_directory) / f"{distribution}-{tag}.whl"
     info = f"{distribution}.dist-info"
-    contents = [(name, path.read_bytes()) for name, path in _package_files(build)]
+    contents = [(name, _contents(name, path)) for name, path in _package_files(build)]
+    contents += _generated_files(build, version)
     contents.append((f"{info}/METADATA", _metadata(project, version).encode()))
     wheel_text = ("Wheel-Version: 1.0\nGenerator: ostrana_build\nRoot-Is-Purelib: false\n"
                   f"Tag: {tag}\n")

@@ -35,11 +35,18 @@ std::string channelWord(unsigned int channels) {
 
 }  // namespace
 
-void EffectCall::checkChannels(EffectNode& node, unsigned int channels) {
-    if (node.acceptsChannels(channels)) return;
+BlockRunner::Stage EffectCall::stageFor(EffectNode& node, unsigned int channels) {
+    BlockRunner::Stage stage;
+    for (const EffectNode::Member& member : node.membersFor(channels)) {
+        stage.push_back({member.processor, member.first, member.count});
+    }
+    if (!stage.empty()) return stage;
     const std::string takes = node.channelText();
+    const bool more = node.entry() != nullptr && channels > node.entry()->maxChannels;
+    const std::string groups =
+        more ? ", and " + std::to_string(channels) + " do not split into groups of those" : "";
     throw py::value_error(node.typeName() + " does not take audio of " + channelWord(channels) +
-                          (takes.empty() ? "" : "; it takes " + takes));
+                          (takes.empty() ? "" : "; it takes " + takes) + groups);
 }
 
 void EffectCall::checkContinuation(EffectNode& node, unsigned int channels,
@@ -81,7 +88,6 @@ py::array_t<float> EffectCall::run(const std::vector<EffectNode*>& nodes, const 
     const auto channels = static_cast<unsigned int>(audio.shape(0));
     const auto frames = static_cast<std::size_t>(audio.shape(1));
     for (EffectNode* node : nodes) {
-        checkChannels(*node, channels);
         if (request.reset) {
             node->renew();
         } else {
@@ -89,9 +95,9 @@ py::array_t<float> EffectCall::run(const std::vector<EffectNode*>& nodes, const 
         }
     }
 
-    std::vector<SingleBusAudioProcessorNode*> processors;
-    for (EffectNode* node : nodes) processors.push_back(&node->processor());
-    BlockRunner runner(processors, channels, request.sampleRate, request.blockFrames);
+    std::vector<BlockRunner::Stage> stages;
+    for (EffectNode* node : nodes) stages.push_back(stageFor(*node, channels));
+    BlockRunner runner(stages, channels, request.sampleRate, request.blockFrames);
     if (const std::optional<std::size_t> refused = runner.negotiate()) {
         throw py::value_error(nodes[*refused]->typeName() + " refuses " + channelWord(channels) +
                               " at " + std::to_string(request.sampleRate) + " Hz");

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "BlockRunner.h"
 #include "EffectNode.h"
 
 namespace ostrana::python {
@@ -39,7 +40,9 @@ class EffectCall {
   private:
     static void checkRequest(const std::vector<EffectNode*>& nodes, const Audio& audio,
                              const Request& request);
-    static void checkChannels(EffectNode& node, unsigned int channels);
+    // The node's stage for audio of channels channels: the node alone, or the nodes of its
+    // channel groups. Throws pybind11::value_error when it can be neither.
+    static BlockRunner::Stage stageFor(EffectNode& node, unsigned int channels);
     static void checkContinuation(EffectNode& node, unsigned int channels, unsigned int sampleRate);
 };
 

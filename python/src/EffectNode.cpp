@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include <ostrana/audioeffects/ChannelGroups.h>
 #include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioBusList.h>
@@ -55,18 +56,48 @@ const EffectNode::NodeParameter* EffectNode::findParameter(std::string_view name
     return nullptr;
 }
 
-void EffectNode::renew() {
-    if (lastChannels_ == 0) return;
+std::unique_ptr<Node> EffectNode::sameSettings() const {
     std::unique_ptr<Node> fresh = createNode(typeName_);
     if (entry_ != nullptr) {
         for (const NodeParameter& parameter : entry_->parameters) {
             parameter.write(*fresh, parameter.read(*node_));
         }
     }
+    return fresh;
+}
+
+void EffectNode::renew() {
+    if (lastChannels_ == 0) return;
+    std::unique_ptr<Node> fresh = sameSettings();
     processor_ = dynamic_cast<SingleBusAudioProcessorNode*>(fresh.get());
     node_ = std::move(fresh);
+    groups_.clear();
     lastChannels_ = 0;
     lastSampleRate_ = 0;
+}
+
+std::vector<EffectNode::Member> EffectNode::membersFor(unsigned int channels) {
+    if (acceptsChannels(channels)) {
+        groups_.clear();
+        return {Member{processor_, 0, channels}};
+    }
+    const std::vector<unsigned int> sizes =
+        entry_ != nullptr ? extensions::audioeffects::channelGroups(*entry_, channels)
+                          : std::vector<unsigned int>{};
+    if (sizes.empty()) return {};
+    if (groups_.size() + 1 != sizes.size()) {
+        groups_.clear();
+        while (groups_.size() + 1 < sizes.size()) groups_.push_back(sameSettings());
+    }
+    std::vector<Member> members;
+    unsigned int first = 0;
+    for (std::size_t index = 0; index < sizes.size(); ++index) {
+        Node& node = index == 0 ? *node_ : *groups_[index - 1];
+        members.push_back(
+            Member{dynamic_cast<SingleBusAudioProcessorNode*>(&node), first, sizes[index]});
+        first += sizes[index];
+    }
+    return members;
 }
 
 bool EffectNode::acceptsChannels(unsigned int channels) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <ostrana/audioeffects/NodeTypeEntry.h>
 #include <ostrana/sdk/Node.h>
@@ -33,17 +34,32 @@ class EffectNode {
     // The catalogue's entry for the type, or nullptr for a type of another extension.
     const NodeTypeEntry* entry() const { return entry_; }
     SingleBusAudioProcessorNode& processor() { return *processor_; }
+    Node& node() { return *node_; }
+
+    // The processors for audio of channels channels: this node's alone when it takes them,
+    // else one per group of channelGroups (this node on the first group, nodes of the same
+    // type with the same parameter values on the others, made here and kept while the
+    // channel count stays), with the channels each works on. Empty when the channels can be
+    // neither taken nor grouped.
+    struct Member {
+        SingleBusAudioProcessorNode* processor;
+        unsigned int first;
+        unsigned int count;
+    };
+    std::vector<Member> membersFor(unsigned int channels);
 
     // The catalogue parameter of this name (catalogue or Python spelling), or nullptr.
     const NodeParameter* findParameter(std::string_view name) const;
     ParameterValue read(const NodeParameter& parameter) { return parameter.read(*node_); }
+    // Writes the value to the node and to the nodes of its other channel groups.
     void write(const NodeParameter& parameter, const ParameterValue& value) {
         parameter.write(*node_, value);
+        for (const auto& group : groups_) parameter.write(*group, value);
     }
 
     // Replaces the node with a fresh one of the same type holding the same parameter values,
-    // as if just made: no delayed samples, oscillators at their start. Does nothing for a node
-    // that has not processed since it was made.
+    // as if just made: no delayed samples, oscillators at their start, and drops the nodes of
+    // other channel groups. Does nothing for a node that has not processed since it was made.
     void renew();
 
     // Whether the node takes audio of this many channels: the catalogue's range, or what the
@@ -64,11 +80,16 @@ class EffectNode {
 
   private:
     static std::unique_ptr<Node> createNode(const std::string& typeName);
+    // A fresh node of the type with this node's parameter values.
+    std::unique_ptr<Node> sameSettings() const;
 
     std::string typeName_;
     const NodeTypeEntry* entry_;
     std::unique_ptr<Node> node_;
     SingleBusAudioProcessorNode* processor_ = nullptr;
+    // The nodes of the channel groups after the first, for audio of more channels than one
+    // node takes.
+    std::vector<std::unique_ptr<Node>> groups_;
     unsigned int lastChannels_ = 0;
     unsigned int lastSampleRate_ = 0;
     std::uintptr_t inputAddress_ = 0;

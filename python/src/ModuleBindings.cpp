@@ -6,10 +6,12 @@
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
+#include <ostrana/audioeffects/TailTracker.h>
 #include <ostrana/sdk/ExtensionManager.h>
 
 #include "CatalogueConversion.h"
@@ -20,9 +22,27 @@
 #include "ParameterConversion.h"
 
 namespace py = pybind11;
+using ostrana::extensions::audioeffects::TailTracker;
 using ostrana::python::EffectCall;
 using ostrana::python::EffectNode;
 using ostrana::python::ModuleFunctions;
+
+namespace {
+
+// Hands the tail's output, a C-contiguous float32 (channels, frames) array, to the tracker,
+// which may fade it in place.
+std::size_t takeTail(TailTracker& tracker, EffectCall::Audio& output) {
+    if (output.ndim() != 2) throw py::value_error("a tail's output is (channels, frames)");
+    const auto channels = static_cast<unsigned int>(output.shape(0));
+    const auto frames = static_cast<std::size_t>(output.shape(1));
+    std::vector<float*> rows(channels);
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        rows[channel] = output.mutable_data() + channel * frames;
+    }
+    return tracker.take(rows.data(), channels, frames);
+}
+
+}  // namespace
 
 PYBIND11_MODULE(_ostrana, module) {
     module.doc() = "The host library and the AudioEffects catalogue, for the package ostrana.";
@@ -34,7 +54,9 @@ PYBIND11_MODULE(_ostrana, module) {
     module.def("describe", &ModuleFunctions::describe, py::arg("name"),
                "The descriptor of a node type of any loaded extension, as a dict.");
     module.def("load_extension", &ModuleFunctions::loadExtension, py::arg("path"),
-               "Loads an extension library; returns the node type names it added.");
+               py::arg("soname"),
+               "Loads an extension library (unless a library of its path or SONAME is loaded); "
+               "returns the node type names it added.");
 
     py::class_<EffectNode>(module, "Node")
         .def(py::init<std::string>(), py::arg("type_name"))
@@ -44,9 +66,37 @@ PYBIND11_MODULE(_ostrana, module) {
         .def("get", &ModuleFunctions::getParameter, py::arg("name"))
         .def("set", &ModuleFunctions::setParameter, py::arg("name"), py::arg("value"),
              py::arg("allow_out_of_range") = false)
+        .def_property_readonly(
+            "quiet_seconds",
+            [](EffectNode& node) {
+                return node.entry() == nullptr
+                           ? TailTracker::kQuietSeconds
+                           : TailTracker::quietSecondsAfter(*node.entry(), node.node());
+            },
+            "The quiet stretch that ends an automatic tail after this node.")
+        .def("renew",
+             [](EffectNode& node) {
+                 if (node.busy()) {
+                     throw std::runtime_error(node.typeName() +
+                                              " is processing in another call; one call at a time");
+                 }
+                 node.renew();
+             })
         .def_property_readonly("busy", &EffectNode::busy)
         .def_property_readonly("input_address", &EffectNode::inputAddress,
                                "The address of the first input sample of the last call.");
+
+    py::class_<TailTracker>(module, "TailTracker")
+        .def_static("automatic", &TailTracker::automatic, py::arg("sample_rate"),
+                    py::arg("longest_seconds"), py::arg("quiet_seconds"))
+        .def_static("fixed", &TailTracker::fixed, py::arg("sample_rate"), py::arg("seconds"))
+        .def("frames_to_feed", &TailTracker::framesToFeed, py::arg("max_frames"))
+        .def("take", &takeTail, py::arg("output").noconvert(),
+             "Takes the tail's next output frames, fading them in place where the tail is "
+             "capped; returns how many belong to the tail.")
+        .def_property_readonly("complete", &TailTracker::complete)
+        .def_property_readonly("capped", &TailTracker::capped)
+        .def_property_readonly("frames", &TailTracker::frames);
 
     module.def(
         "process",

@@ -1,6 +1,9 @@
 #include "ModuleFunctions.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
@@ -25,6 +28,30 @@ std::string joined(const std::vector<std::string>& names) {
     return text;
 }
 
+enum class Loaded { No, Extension, Other };
+
+// The paths and SONAMEs of the libraries load_extension has loaded (which may register their
+// extensions without the loader's entry point, when they are loaded).
+std::set<std::string>& loadedExtensions() {
+    static std::set<std::string> names;
+    return names;
+}
+
+// Whether the process has this library loaded already (by path, or by SONAME for a bare name),
+// and if so whether it is an extension library: one with the loader's entry point.
+Loaded loadedAlready(const std::string& name) {
+    void* handle = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (handle == nullptr) return Loaded::No;
+    const bool extension =
+        dlsym(handle, "xv_extension_load") != nullptr || loadedExtensions().count(name) > 0;
+    dlclose(handle);
+    return extension ? Loaded::Extension : Loaded::Other;
+}
+
+std::string notAnExtension(const std::string& path) {
+    return "'" + path + "' is no extension library of this host: it registers no extension";
+}
+
 }  // namespace
 
 std::vector<std::string> ModuleFunctions::typeNames() {
@@ -42,10 +69,23 @@ py::dict ModuleFunctions::describe(const std::string& name) {
     return DescriptorConversion::fromNodeTypeInfo(found.value());
 }
 
-std::vector<std::string> ModuleFunctions::loadExtension(const std::string& path) {
+std::vector<std::string> ModuleFunctions::loadExtension(const std::string& path,
+                                                        const std::string& soname) {
+    if (path.empty()) throw py::value_error("load_extension needs the path of a library");
+    Loaded loaded = loadedAlready(path);
+    if (loaded == Loaded::No && !soname.empty()) loaded = loadedAlready(soname);
+    if (loaded == Loaded::Other) throw py::value_error(notAnExtension(path));
+    if (loaded == Loaded::Extension) return {};
+    ExtensionManager& manager = ExtensionManager::getInstance();
     const std::vector<std::string> before = typeNames();
-    const Result<void> loaded = ExtensionManager::getInstance().loadLibrary(path);
-    if (!loaded.isOk()) throw std::runtime_error(loaded.errorMessage());
+    const std::size_t extensions = manager.getExtensions().size();
+    const Result<void> result = manager.loadLibrary(path);
+    if (!result.isOk()) throw std::runtime_error(result.errorMessage());
+    if (manager.getExtensions().size() == extensions) {
+        throw py::value_error(notAnExtension(path) + " (it stays loaded, unused)");
+    }
+    loadedExtensions().insert(path);
+    if (!soname.empty()) loadedExtensions().insert(soname);
     std::vector<std::string> added;
     for (const std::string& name : typeNames()) {
         if (std::find(before.begin(), before.end(), name) == before.end()) added.push_back(name);

@@ -43,8 +43,10 @@ def command_line_value(value):
     return repr(value)
 
 
-def render_with_fx(tmp_path, audio, sample_rate, effects, block_size, output_format="float"):
-    """What ostrana-fx render computes for audio through effects (catalogue names and values)."""
+def render_with_fx(tmp_path, audio, sample_rate, effects, block_size, output_format="float",
+                   extra=()):
+    """What ostrana-fx render computes for audio through effects (catalogue names and values),
+    with extra options."""
     if not FX:
         pytest.fail("OSTRANA_FX names no ostrana-fx program; run the tests through CTest")
     source = tmp_path / "fx-in.wav"
@@ -57,6 +59,7 @@ def render_with_fx(tmp_path, audio, sample_rate, effects, block_size, output_for
             command += ["--set", f"{name}={command_line_value(value)}"]
     if output_format != "float":
         command += ["--format", output_format]
+    command += list(extra)
     subprocess.run(command, check=True, capture_output=True)
     dtype = "float32" if output_format == "float" else "int32"
     frames, rate = soundfile.read(target, dtype=dtype, always_2d=True)

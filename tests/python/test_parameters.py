@@ -136,8 +136,8 @@ def test_real_numbers_are_stored_as_the_nearest_float():
 
 
 def test_unknown_parameters_are_refused():
-    with pytest.raises(TypeError, match="unexpected keyword argument 'delay'; parameters: "
-                                        "enabled, delay_ms"):
+    with pytest.raises(TypeError, match=r"unexpected keyword argument 'delay' \(did you mean "
+                                        r"'delay_ms'\?\); parameters: enabled, delay_ms"):
         ostrana.Delay(delay=3)
     with pytest.raises(AttributeError):
         ostrana.Delay().dleay_ms = 3
