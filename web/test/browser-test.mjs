@@ -12,8 +12,9 @@
 // real-time AudioContext on Chromium's fake audio output plays 5 s of every effect with no
 // gap reported by a worklet; and 1000 quanta of every effect allocate nothing in the module.
 import { execFileSync } from "node:child_process";
-import { existsSync, mkdirSync, readdirSync, rmSync, writeFileSync } from "node:fs";
+import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
 import { join, resolve } from "node:path";
+import { fileURLToPath } from "node:url";
 import puppeteer from "puppeteer-core";
 
 import { serve } from "../scripts/serve.mjs";
@@ -234,6 +235,31 @@ async function main() {
     });
     for (const [type, { allocations: count, made }] of Object.entries(allocations)) {
       check(count === 0 && made > 0, `${type}: 1000 quanta allocate nothing in the module (${count}; ${made} allocations before)`);
+    }
+
+    // The README's example, as written but for where the package is imported from.
+    const readme = readFileSync(resolve(fileURLToPath(import.meta.url), "../../../README.md"), "utf8");
+    const example = /<!-- web example start -->\n```js\n([\s\S]*?)```\n<!-- web example end -->/.exec(readme);
+    check(example !== null, "the README has the browser example");
+    if (example) {
+      await page.evaluate(() => {
+        document.body.append(document.createElement("audio"));
+        window.audioBuffer = window.ostranaDemo.state.input;
+      });
+      const code =
+        example[1].replace('from "ostrana-effects"', 'from "/dist/index.js"') +
+        "\nwindow.exampleResult = { frames: rendered.length, channels: rendered.numberOfChannels," +
+        " frequency: chorus.frequency.value, chain: echoes.toJSON().map((s) => s.type).join(' ') };\n";
+      await page.addScriptTag({ type: "module", content: code });
+      const result = await page
+        .waitForFunction(() => window.exampleResult, { timeout: 30000 })
+        .then((handle) => handle.jsonValue())
+        .catch(() => null);
+      check(
+        result !== null && result.frames === 5 * 48000 + 2 * 48000 && result.channels === 2 &&
+          Math.abs(result.frequency - 0.8) < 1e-6 && result.chain === "chorus delay",
+        `the README's example runs: ${JSON.stringify(result)}${problems.length ? " " + problems.join("; ") : ""}`,
+      );
     }
 
     // Real time: every effect at once on Chromium's fake audio output for 5 s.
