@@ -268,6 +268,7 @@ async function startLive() {
 function stopLive() {
   if (!state.live) return;
   state.live.source.stop();
+  for (const node of state.live.nodes.values()) node.dispose();
   state.live.context.close();
   state.live = null;
   $("play").textContent = "Play";

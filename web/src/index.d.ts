@@ -42,7 +42,7 @@ export interface EffectSettings {
   parameters?: Record<string, number>;
 }
 
-export type ChainSpec = OstranaEffectNode | EffectSettings | string;
+export type ChainItem = OstranaEffectNode | EffectSettings | string;
 
 export interface EffectsModuleInstance {
   catalogue(): Catalogue;
@@ -82,6 +82,8 @@ export declare class OstranaEffectNode extends AudioWorkletNode {
   readonly presets: Preset[];
   applyPreset(name: string): void;
   set(values: Record<string, number>): void;
+  /** Disconnects the node and ends its processor, freeing its WebAssembly instance. */
+  dispose(): void;
   resetStats(): void;
   stats(): Promise<EffectStats>;
   toJSON(): Required<EffectSettings>;
@@ -100,12 +102,12 @@ export declare function findType(name: string): EffectType | undefined;
 export declare function channelGroups(type: EffectType, channels: number): number[] | null;
 export declare function chain(
   context: BaseAudioContext,
-  specs: ChainSpec[],
+  effects: ChainItem[],
   options?: { channels?: number },
 ): EffectChain;
 export declare function renderOffline(
   buffer: AudioBuffer,
-  specs: ChainSpec[],
+  effects: ChainItem[],
   options?: { tail?: number },
 ): Promise<AudioBuffer>;
 export declare function encodeWav(channels: Float32Array[], sampleRate: number): ArrayBuffer;

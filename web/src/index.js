@@ -180,6 +180,14 @@ export class OstranaEffectNode extends AudioWorkletNode {
     });
   }
 
+  // Disconnects the node and ends its processor, freeing its module. The node outputs silence
+  // from then on. (A node that is not disposed runs for as long as its context does, since
+  // echoes and sweeps ring on after the input stops.)
+  dispose() {
+    this.disconnect();
+    this.port.postMessage("dispose");
+  }
+
   // { type, parameters: { name: value } }: what renderOffline and chain take back.
   toJSON() {
     const parameters = {};
@@ -190,11 +198,11 @@ export class OstranaEffectNode extends AudioWorkletNode {
   }
 }
 
-// A node from a chain's spec: a node as it is, a short name, or { type, parameters }.
-function nodeOf(context, spec, channels) {
-  if (spec instanceof OstranaEffectNode) return spec;
-  if (typeof spec === "string") return new OstranaEffectNode(context, spec, { channels });
-  return new OstranaEffectNode(context, spec.type, { channels, ...(spec.parameters ?? {}) });
+// A node from an item of a chain: a node as it is, a short name, or { type, parameters }.
+function nodeOf(context, effect, channels) {
+  if (effect instanceof OstranaEffectNode) return effect;
+  if (typeof effect === "string") return new OstranaEffectNode(context, effect, { channels });
+  return new OstranaEffectNode(context, effect.type, { channels, ...(effect.parameters ?? {}) });
 }
 
 function connectInSeries(first, nodes, last) {
@@ -206,11 +214,11 @@ function connectInSeries(first, nodes, last) {
   previous.connect(last);
 }
 
-// Effects in series: input -> first -> ... -> last -> output. specs are nodes, or
+// Effects in series: input -> first -> ... -> last -> output. effects are nodes, or
 // { type, parameters } objects (as toJSON gives), or short names. An empty chain passes the
 // input through.
-export function chain(context, specs, { channels = 2 } = {}) {
-  const nodes = specs.map((spec) => nodeOf(context, spec, channels));
+export function chain(context, effects, { channels = 2 } = {}) {
+  const nodes = effects.map((effect) => nodeOf(context, effect, channels));
   const input = new GainNode(context, { channelCount: channels, channelCountMode: "explicit" });
   const output = new GainNode(context, { channelCount: channels, channelCountMode: "explicit" });
   connectInSeries(input, nodes, output);
@@ -225,15 +233,15 @@ export function chain(context, specs, { channels = 2 } = {}) {
 // Renders an AudioBuffer through a chain (as chain takes it) in an OfflineAudioContext at the
 // buffer's sample rate; tail seconds of silence are appended for echoes to ring out (0 keeps
 // the input's length). The samples are exactly what the effects computed.
-export async function renderOffline(audioBuffer, specs, { tail = 0 } = {}) {
+export async function renderOffline(audioBuffer, effects, { tail = 0 } = {}) {
   if (!(tail >= 0)) throw new Error(`ostrana-effects: tail must be 0 or more seconds, not ${tail}`);
   const channels = audioBuffer.numberOfChannels;
   const frames = audioBuffer.length + Math.round(tail * audioBuffer.sampleRate);
   const context = new OfflineAudioContext(channels, frames, audioBuffer.sampleRate);
   await OstranaEffects.load(context);
   // Nodes of another context are read back as their settings.
-  const plain = specs.map((spec) => (spec instanceof OstranaEffectNode ? spec.toJSON() : spec));
-  const nodes = plain.map((spec) => nodeOf(context, spec, channels));
+  const plain = effects.map((effect) => (effect instanceof OstranaEffectNode ? effect.toJSON() : effect));
+  const nodes = plain.map((effect) => nodeOf(context, effect, channels));
   const source = new AudioBufferSourceNode(context, { buffer: audioBuffer });
   connectInSeries(source, nodes, context.destination);
   source.start(0);

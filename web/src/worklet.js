@@ -30,6 +30,9 @@ function processorFor(type, typeIndex) {
       this.nextFrame = -1;
       this.wasm = new EffectsModule(module);
       this.effect = this.wasm.createEffect(typeIndex, channels, sampleRate);
+      if (this.effect === null) {
+        throw new Error(`ostrana-effects: ${type.shortName} refuses ${channels} channels at ${sampleRate} Hz`);
+      }
       this.allocationsAfterSetup = this.wasm.allocationCount();
       this.port.onmessage = (event) => this.answer(event.data);
     }
@@ -41,6 +44,9 @@ function processorFor(type, typeIndex) {
         this.gaps = 0;
         this.refusals = 0;
         this.nextFrame = -1;
+      } else if (message === "dispose") {
+        this.effect?.destroy();
+        this.effect = null;
       } else if (message === "stats") {
         this.port.postMessage({
           quanta: this.quanta,
@@ -61,7 +67,10 @@ function processorFor(type, typeIndex) {
       }
     }
 
+    // Runs for as long as the node lives, since the effects ring on after their input stops;
+    // once disposed, the processor ends and the node can be collected.
     process(inputs, outputs, parameters) {
+      if (this.effect === null) return false;
       // A frame counter that jumps means quanta were never rendered: an underrun.
       if (this.nextFrame >= 0 && currentFrame !== this.nextFrame) this.gaps++;
       this.nextFrame = currentFrame + QUANTUM;
