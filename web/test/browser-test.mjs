@@ -181,6 +181,25 @@ async function main() {
     checkAgainstNative("chorus", after, renderNative(inputPath, "chorus", { frequency: setValue }, "chorus-slider"),
       `chorus at frequency ${frequency}`);
 
+    // Playing, with the A/B switch.
+    await page.click("#play");
+    await page.waitForFunction(() => document.getElementById("play").getAttribute("aria-pressed") === "true", { timeout: 10000 });
+    await new Promise((r) => setTimeout(r, 500));
+    await page.click("#bypass");
+    await new Promise((r) => setTimeout(r, 300));
+    const playing = await page.evaluate(async () => {
+      const live = window.ostranaDemo.state.live;
+      const stats = await Promise.all([...live.nodes.values()].map((node) => node.stats()));
+      return { state: live.context.state, dry: live.dry.gain.value, wet: live.wet.gain.value, stats };
+    });
+    check(
+      playing.state === "running" && playing.dry === 1 && playing.wet === 0 &&
+        playing.stats.length === 1 && playing.stats[0].quanta > 0 && playing.stats[0].refusals === 0,
+      `Play runs the chain live and A/B switches to the dry input (${JSON.stringify(playing)})`,
+    );
+    await page.click("#bypass");
+    await page.click("#play");
+
     // The download.
     await page.click("#download");
     let file = null;
@@ -209,6 +228,14 @@ async function main() {
     const screenshot = join(out, "web-demo.png");
     await page.screenshot({ path: screenshot, fullPage: true });
     console.log(`screenshot: ${screenshot}`);
+
+    // Every control has a name a screen reader reads.
+    const unnamed = await page.$$eval("input, select, button, a.button", (controls) =>
+      controls
+        .filter((c) => !(c.labels?.length || c.getAttribute("aria-label") || c.textContent.trim()))
+        .map((c) => c.id || c.outerHTML.slice(0, 60)),
+    );
+    check(unnamed.length === 0, `every control is labelled${unnamed.length ? ": not " + unnamed.join(", ") : ""}`);
 
     // 1000 quanta of every effect in the module, counting its allocations.
     const allocations = await page.evaluate(async () => {
@@ -291,6 +318,15 @@ async function main() {
       );
     });
     check(live.seconds >= 4.5, `the real-time context ran ${live.seconds.toFixed(2)} s`);
+    // The page on a phone's screen (puppeteer reloads it for that): it fits the width.
+    await page.setViewport({ width: 390, height: 844, isMobile: true });
+    count = await renders(page);
+    await page.click("#demo-signal");
+    await waitForRender(page, count);
+    const width = await page.evaluate(() => document.documentElement.scrollWidth);
+    check(width <= 390, `on a 390-pixel-wide phone screen the page needs no sideways scrolling (${width} px)`);
+    await page.screenshot({ path: join(out, "web-demo-phone.png"), fullPage: true });
+
     check(problems.length === 0, `no console error in the whole run${problems.length ? ": " + problems.join("; ") : ""}`);
   } finally {
     await browser.close();
