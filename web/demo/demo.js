@@ -379,6 +379,7 @@ function interleavedBase64(buffer) {
 window.ostranaDemo = {
   state,
   render,
+  interleavedBase64,
   input: () => interleavedBase64(state.input),
   output: () => interleavedBase64(state.output),
 };

@@ -108,8 +108,11 @@ export class OstranaEffectNode extends AudioWorkletNode {
     const { channels = 2, ...values } = options;
     if (!channelGroups(type, channels)) {
       throw new Error(
-        `ostrana-effects: ${type.shortName} cannot take ${channels} channel(s) ` +
-          `(it takes ${type.minChannels} to ${type.maxChannels}, or groups of ${type.maxChannels})`,
+        `ostrana-effects: ${type.shortName} cannot take ${channels} channel(s) (it takes ` +
+          (type.minChannels === type.maxChannels
+            ? `${type.minChannels}`
+            : `${type.minChannels} to ${type.maxChannels}`) +
+          `, or groups of ${type.maxChannels})`,
       );
     }
     const parameterData = {};

@@ -163,6 +163,32 @@ async function main() {
       await waitForRender(page, count);
     }
 
+    // More channels than a node takes: groups of pairs, a lone last channel on its own, as the
+    // native build splits them; the ping-pong delay refuses an odd count.
+    const layouts = { delay: [0, 1, 0], "ping-pong-delay": [0, 1, 1, 0] };
+    for (const [type, order] of Object.entries(layouts)) {
+      const ours = fromBase64(
+        await page.evaluate(async (type, order) => {
+          const { renderOffline } = await import("/dist/index.js");
+          const input = window.ostranaDemo.state.input;
+          const buffer = new AudioBuffer({ numberOfChannels: order.length, length: input.length, sampleRate: input.sampleRate });
+          order.forEach((from, c) => buffer.copyToChannel(input.getChannelData(from), c));
+          return window.ostranaDemo.interleavedBase64(await renderOffline(buffer, [type]));
+        }, type, order),
+      );
+      const samples = new Float32Array((input.length / 2) * order.length);
+      for (let f = 0; f < input.length / 2; f++) order.forEach((from, c) => (samples[f * order.length + c] = input[2 * f + from]));
+      const path = join(out, `demo-input-${order.length}ch.wav`);
+      writeFloatWav(path, samples, order.length, 48000);
+      checkAgainstNative(type, ours, renderNative(path, type, {}, `${type}-${order.length}ch`), `${type} on ${order.length} channels`);
+    }
+    const refusal = await page.evaluate(async () => {
+      const { renderOffline } = await import("/dist/index.js");
+      const buffer = new AudioBuffer({ numberOfChannels: 3, length: 128, sampleRate: 48000 });
+      return renderOffline(buffer, ["ping-pong-delay"]).then(() => "rendered", (error) => error.message);
+    });
+    check(/cannot take 3 channel/.test(refusal), `the ping-pong delay refuses 3 channels: ${refusal}`);
+
     // A slider moved from the keyboard.
     await page.select("#effect-choice", "chorus");
     count = await renders(page);
