@@ -27,6 +27,8 @@ cmake --preset wasm >/dev/null
 nice cmake --build --preset wasm
 echo "--- web: the package"
 (cd web && npm ci --no-audit --no-fund && npm run build)
+echo "--- web: the type declarations against their use"
+(cd web && npm run --silent check-types)
 echo "--- web: the browser tests"
 node web/test/browser-test.mjs --native "$native" --out build/web-tests
 echo "test-web: done in $((SECONDS - started)) s"
