@@ -13,6 +13,7 @@ const catalogue = OstranaEffects.catalogue;
 
 const state = {
   input: null, // AudioBuffer
+  inputName: "", // for the downloaded file's name
   output: null, // AudioBuffer of the last render
   chain: [], // { id, type, values: { name: number } }
   nextId: 1,
@@ -37,13 +38,16 @@ function stereoOf(buffer) {
   return stereo;
 }
 
-// The sample rate a WAV file declares, so that it is decoded without resampling; null for
-// other files.
-function wavSampleRate(bytes) {
-  const view = new DataView(bytes);
+// The sample rate a WAV or FLAC file declares, so that it is decoded without resampling; null
+// for other files.
+function declaredSampleRate(bytes) {
   if (bytes.byteLength < 28) return null;
-  const tag = String.fromCharCode(...new Uint8Array(bytes, 0, 4));
-  return tag === "RIFF" ? view.getUint32(24, true) : null;
+  const b = new Uint8Array(bytes, 0, 28);
+  const tag = String.fromCharCode(...b.subarray(0, 4));
+  if (tag === "RIFF") return new DataView(bytes).getUint32(24, true);
+  // FLAC: the stream's first block is STREAMINFO, its rate 20 bits from byte 18 on.
+  if (tag === "fLaC") return (b[18] << 12) | (b[19] << 4) | (b[20] >> 4);
+  return null;
 }
 
 async function useInput(buffer, description) {
@@ -69,6 +73,7 @@ async function useDemoSignal() {
     sampleRate: demo.sampleRate,
   });
   demo.channels.forEach((data, c) => buffer.copyToChannel(data, c));
+  state.inputName = "demo-signal";
   await useInput(buffer, "The demo signal");
 }
 
@@ -76,10 +81,11 @@ async function useFile(file) {
   try {
     setStatus(`Reading ${file.name}…`, "reading");
     const bytes = await file.arrayBuffer();
-    const rate = wavSampleRate(bytes) ?? 48000;
-    const decoder = new OfflineAudioContext(1, 1, rate);
+    const declared = declaredSampleRate(bytes);
+    const decoder = new OfflineAudioContext(1, 1, declared ?? 48000);
     const buffer = await decoder.decodeAudioData(bytes);
-    const note = wavSampleRate(bytes) ? "" : " (decoded at 48 kHz by the browser)";
+    const note = declared ? "" : " (decoded at 48 kHz by the browser)";
+    state.inputName = file.name.replace(/\.[^.]*$/, "");
     await useInput(buffer, `${file.name}${note}`);
   } catch (error) {
     setStatus(`Cannot read ${file.name}: ${error.message}`, "error");
@@ -308,6 +314,8 @@ async function render() {
     if (state.downloadUrl) URL.revokeObjectURL(state.downloadUrl);
     state.downloadUrl = URL.createObjectURL(new Blob([audioBufferToWav(output)], { type: "audio/wav" }));
     $("download").href = state.downloadUrl;
+    const suffix = state.chain.length ? state.chain.map((i) => i.type).join("-") : "dry";
+    $("download").download = `${state.inputName}-${suffix}.wav`;
     $("download").setAttribute("aria-disabled", "false");
     const chainText = state.chain.length ? state.chain.map((i) => i.type).join(" → ") : "no effect";
     const ms = Math.round(performance.now() - started);

@@ -344,6 +344,28 @@ async function main() {
       );
     });
     check(live.seconds >= 4.5, `the real-time context ran ${live.seconds.toFixed(2)} s`);
+    // A file chosen by the person: the float WAV of the demo signal comes back sample for
+    // sample, and a 44.1 kHz FLAC made from it by SoX is decoded at its own rate and rendered.
+    const chooser = await page.$("#file");
+    count = await renders(page);
+    await chooser.uploadFile(inputPath);
+    await waitForRender(page, count);
+    const chosen = fromBase64(await page.evaluate(() => window.ostranaDemo.input()));
+    check(compare(chosen, input).share === 1, "a chosen WAV file arrives on the page sample for sample");
+    const flac = join(out, "demo-input-44100.flac");
+    execFileSync("sox", [inputPath, "-b", "16", "-r", "44100", flac]);
+    count = await renders(page);
+    await chooser.uploadFile(flac);
+    await waitForRender(page, count);
+    const flacState = await page.evaluate(() => ({
+      rate: window.ostranaDemo.state.input.sampleRate,
+      outputRate: window.ostranaDemo.state.output.sampleRate,
+      info: document.getElementById("input-info").textContent,
+      download: document.getElementById("download").download,
+    }));
+    check(flacState.rate === 44100 && flacState.outputRate === 44100 && /44100 Hz/.test(flacState.info),
+      `a 44.1 kHz FLAC file is decoded and rendered at 44.1 kHz (${flacState.info}; ${flacState.download})`);
+
     // The page on a phone's screen (puppeteer reloads it for that): it fits the width.
     await page.setViewport({ width: 390, height: 844, isMobile: true });
     count = await renders(page);
