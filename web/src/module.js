@@ -1,7 +1,7 @@
 // The effects' WebAssembly module: instantiated from compiled bytes, it gives the catalogue,
 // effects that process planar 128-frame quanta in its memory, the built-in demo signal and a
-// count of its allocations. Used on the main thread and inside the audio worklet alike, so it
-// needs nothing beyond WebAssembly itself.
+// count of its allocations. Used on the main thread, in Node.js (the package build) and inside
+// the audio worklet, where only the effects are used.
 
 export const QUANTUM = 128;
 
@@ -22,17 +22,7 @@ function readCString(memory, pointer) {
   const bytes = new Uint8Array(memory.buffer);
   let end = pointer;
   while (bytes[end] !== 0) end++;
-  return new TextDecoderLike().decode(bytes.subarray(pointer, end));
-}
-
-// The worklet's scope has no TextDecoder in every browser; the catalogue is UTF-8.
-class TextDecoderLike {
-  decode(bytes) {
-    if (typeof TextDecoder !== "undefined") return new TextDecoder().decode(bytes);
-    let text = "";
-    for (let i = 0; i < bytes.length; i++) text += String.fromCharCode(bytes[i]);
-    return decodeURIComponent(escape(text));
-  }
+  return new TextDecoder().decode(bytes.subarray(pointer, end));
 }
 
 export class EffectsModule {

@@ -17,6 +17,15 @@
 using ostrana::extensions::audioeffects::EffectCatalogue;
 using ostrana::web::GroupedEffect;
 
+namespace {
+
+const std::vector<float>& demoSignal() {
+    static const std::vector<float> signal = ostrana::fx::DemoSignal::synthesise();
+    return signal;
+}
+
+}  // namespace
+
 extern "C" {
 
 // The catalogue as JSON text, NUL-terminated, made once.
@@ -67,13 +76,11 @@ EMSCRIPTEN_KEEPALIVE double ostrana_allocation_count() {
 // The built-in demo signal (the one ostrana-fx demo renders): interleaved stereo at
 // ostrana_demo_sample_rate(), ostrana_demo_frames() frames, made on the first call.
 EMSCRIPTEN_KEEPALIVE const float* ostrana_demo_signal() {
-    static const std::vector<float> signal = ostrana::fx::DemoSignal::synthesise();
-    return signal.data();
+    return demoSignal().data();
 }
 
 EMSCRIPTEN_KEEPALIVE unsigned int ostrana_demo_frames() {
-    return static_cast<unsigned int>(ostrana::fx::DemoSignal::synthesise().size() /
-                                     ostrana::fx::DemoSignal::kChannels);
+    return static_cast<unsigned int>(demoSignal().size() / ostrana::fx::DemoSignal::kChannels);
 }
 
 EMSCRIPTEN_KEEPALIVE unsigned int ostrana_demo_sample_rate() {
