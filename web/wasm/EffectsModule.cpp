@@ -9,9 +9,9 @@
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
-#include "../../ostrana-fx/DemoSignal.h"
 #include "AllocationCount.h"
 #include "CatalogueJson.h"
+#include "DemoSignal.h"
 #include "GroupedEffect.h"
 
 using ostrana::extensions::audioeffects::EffectCatalogue;
