@@ -55,6 +55,31 @@ export function channelGroups(type, channels) {
   return groups.every(takes) ? groups : null;
 }
 
+function shortestFloat(value) {
+  for (let digits = 1; digits < 9; digits++) {
+    const shorter = Number(value.toPrecision(digits));
+    if (Math.fround(shorter) === value) return shorter;
+  }
+  return value;
+}
+
+// Parameter values by name as numbers, each checked: the type has it, and it is a number
+// within its range.
+function checkedParameters(type, values) {
+  const checked = {};
+  for (const [name, given] of Object.entries(values)) {
+    const definition = type.parameters.find((p) => p.name === name);
+    if (!definition) {
+      const names = type.parameters.map((p) => p.name).join(", ");
+      throw new Error(`ostrana-effects: ${type.shortName} has no parameter '${name}' (${names})`);
+    }
+    const value = Number(given);
+    checkValue(type, definition, value);
+    checked[name] = value;
+  }
+  return checked;
+}
+
 function checkValue(type, definition, value) {
   if (typeof value !== "number" || Number.isNaN(value)) {
     throw new Error(`ostrana-effects: ${type.shortName}.${definition.name} must be a number, not ${value}`);
@@ -115,16 +140,7 @@ export class OstranaEffectNode extends AudioWorkletNode {
           `, or groups of ${type.maxChannels})`,
       );
     }
-    const parameterData = {};
-    for (const [name, value] of Object.entries(values)) {
-      const definition = type.parameters.find((p) => p.name === name);
-      if (!definition) {
-        const names = type.parameters.map((p) => p.name).join(", ");
-        throw new Error(`ostrana-effects: ${type.shortName} has no parameter '${name}' (${names})`);
-      }
-      checkValue(type, definition, Number(value));
-      parameterData[name] = Number(value);
-    }
+    const parameterData = checkedParameters(type, values);
     super(context, `ostrana-${type.shortName}`, {
       numberOfInputs: 1,
       numberOfOutputs: 1,
@@ -139,6 +155,9 @@ export class OstranaEffectNode extends AudioWorkletNode {
     this.typeName = type.typeName;
     this.displayName = type.displayName;
     this.definitions = type.parameters;
+    // The processor answers stats requests in order.
+    this.statsWaiting = [];
+    this.port.onmessage = (event) => this.statsWaiting.shift()?.(event.data);
     for (const definition of type.parameters) {
       if (!(definition.name in this)) {
         Object.defineProperty(this, definition.name, { value: this.parameters.get(definition.name) });
@@ -160,12 +179,9 @@ export class OstranaEffectNode extends AudioWorkletNode {
 
   // Sets parameters by name, at once, checked against their ranges.
   set(values) {
-    const type = requireType(this.type);
-    for (const [name, value] of Object.entries(values)) {
-      const definition = type.parameters.find((p) => p.name === name);
-      if (!definition) throw new Error(`ostrana-effects: ${this.type} has no parameter '${name}'`);
-      checkValue(type, definition, Number(value));
-      this.parameters.get(name).setValueAtTime(Number(value), this.context.currentTime);
+    const checked = checkedParameters(requireType(this.type), values);
+    for (const [name, value] of Object.entries(checked)) {
+      this.parameters.get(name).setValueAtTime(value, this.context.currentTime);
     }
   }
 
@@ -178,7 +194,7 @@ export class OstranaEffectNode extends AudioWorkletNode {
 
   stats() {
     return new Promise((resolve) => {
-      this.port.onmessage = (event) => resolve(event.data);
+      this.statsWaiting.push(resolve);
       this.port.postMessage("stats");
     });
   }
@@ -191,11 +207,13 @@ export class OstranaEffectNode extends AudioWorkletNode {
     this.port.postMessage("dispose");
   }
 
-  // { type, parameters: { name: value } }: what renderOffline and chain take back.
+  // { type, parameters: { name: value } }: what renderOffline and chain take back. Values
+  // are the shortest decimals that give the parameters' float values again (0.7, not
+  // 0.699999988079071).
   toJSON() {
     const parameters = {};
     for (const definition of this.definitions) {
-      parameters[definition.name] = this.parameters.get(definition.name).value;
+      parameters[definition.name] = shortestFloat(this.parameters.get(definition.name).value);
     }
     return { type: this.type, parameters };
   }

@@ -290,6 +290,41 @@ async function main() {
       check(count === 0 && made > 0, `${type}: 1000 quanta allocate nothing in the module (${count}; ${made} allocations before)`);
     }
 
+    // The node refuses what the catalogue does not allow, saying why; parallel stats answer.
+    const refusals = await page.evaluate(async () => {
+      const { OstranaEffects, OstranaEffectNode } = await import("/dist/index.js");
+      const context = new OfflineAudioContext(2, 128, 48000);
+      const attempt = (make) => {
+        try {
+          make();
+          return "accepted";
+        } catch (error) {
+          return error.message;
+        }
+      };
+      const early = attempt(() => new OstranaEffectNode(context, "delay"));
+      await OstranaEffects.load(context);
+      const node = new OstranaEffectNode(context, "delay", { delayMs: 350, enabled: true });
+      const stats = await Promise.all([node.stats(), node.stats()]);
+      return {
+        early,
+        range: attempt(() => new OstranaEffectNode(context, "delay", { delayMs: 5000 })),
+        name: attempt(() => new OstranaEffectNode(context, "chorus", { depth: 1 })),
+        type: attempt(() => new OstranaEffectNode(context, "reverb")),
+        set: attempt(() => node.set({ feedbackLevel: 1.5 })),
+        settings: node.toJSON(),
+        stats: stats.length,
+      };
+    });
+    check(
+      /load\(context\)/.test(refusals.early) && /delayMs = 5000 is outside 1 to 1000 ms/.test(refusals.range) &&
+        /no parameter 'depth' \(enabled, sweepWidth, frequency\)/.test(refusals.name) &&
+        /unknown effect 'reverb'/.test(refusals.type) && /feedbackLevel = 1.5 is outside 0 to 0.99/.test(refusals.set) &&
+        refusals.settings.parameters.delayMs === 350 && refusals.settings.parameters.enabled === 1 &&
+        refusals.settings.parameters.dryMix === 0.7 && refusals.stats === 2,
+      `nodes refuse what the catalogue does not allow: ${JSON.stringify(refusals)}`,
+    );
+
     // The README's example, as written but for where the package is imported from.
     const readme = readFileSync(resolve(fileURLToPath(import.meta.url), "../../../README.md"), "utf8");
     const example = /<!-- web example start -->\n```js\n([\s\S]*?)```\n<!-- web example end -->/.exec(readme);
