@@ -1,11 +1,8 @@
 // The demo page: a sound (a dropped file or the demo signal), a chain made from the catalogue,
 // live playback with A/B bypass, an offline render drawn and offered as a 32-bit float WAV.
-import {
-  OstranaEffects,
-  OstranaEffectNode,
-  audioBufferToWav,
-  renderOffline,
-} from "../dist/index.js";
+import { OstranaEffects, audioBufferToWav, renderOffline } from "../dist/index.js";
+import { ChainEditor } from "./chain-editor.js";
+import { LivePlayer } from "./live-player.js";
 import { clear, drawSpectrogram, drawWaveform } from "./views.js";
 
 const $ = (id) => document.getElementById(id);
@@ -15,11 +12,7 @@ const state = {
   input: null, // AudioBuffer
   inputName: "", // for the downloaded file's name
   output: null, // AudioBuffer of the last render
-  chain: [], // { id, type, values: { name: number } }
-  nextId: 1,
   renders: 0,
-  live: null, // { context, source, nodes, dry, wet }
-  bypass: false,
   downloadUrl: null,
 };
 
@@ -92,200 +85,43 @@ async function useFile(file) {
   }
 }
 
-// ---- the chain ----
-
-function settings() {
-  return state.chain.map((item) => ({ type: item.type, parameters: { ...item.values } }));
-}
-
-function typeOf(name) {
-  return catalogue.nodeTypes.find((t) => t.shortName === name);
-}
-
-function formatValue(definition, value) {
-  if (definition.kind === "switch") return value > 0 ? "on" : "off";
-  const text = definition.kind === "whole number" ? String(Math.round(value)) : String(Number(value.toPrecision(4)));
-  return definition.unit ? `${text} ${definition.unit}` : text;
-}
-
-function parameterControl(item, definition) {
-  const id = `p${item.id}-${definition.name}`;
-  const row = document.createElement("div");
-  row.className = "parameter";
-  const label = document.createElement("label");
-  label.htmlFor = id;
-  label.textContent = definition.name + (definition.unit ? ` (${definition.unit})` : "");
-  label.title = definition.description;
-  const input = document.createElement("input");
-  input.id = id;
-  input.dataset.parameter = definition.name;
-  const shown = document.createElement("output");
-  shown.htmlFor = id;
-  const value = item.values[definition.name];
-  if (definition.kind === "switch") {
-    input.type = "checkbox";
-    input.checked = value > 0;
-  } else {
-    input.type = "range";
-    input.min = definition.minValue;
-    input.max = definition.maxValue;
-    input.step = definition.kind === "whole number" ? 1 : (definition.maxValue - definition.minValue) / 1000;
-    input.value = value;
-  }
-  input.setAttribute("aria-describedby", `${id}-about`);
-  const about = document.createElement("span");
-  about.id = `${id}-about`;
-  about.hidden = true;
-  about.textContent = `${definition.description} ${definition.minValue} to ${definition.maxValue}${definition.unit ? " " + definition.unit : ""}.`;
-  shown.textContent = formatValue(definition, value);
-  input.addEventListener("input", () => {
-    const next = definition.kind === "switch" ? (input.checked ? 1 : 0) : Number(input.value);
-    item.values[definition.name] = next;
-    shown.textContent = formatValue(definition, next);
-    setLive(item, definition.name, next);
-    scheduleRender();
-  });
-  row.append(label, input, shown, about);
-  return row;
-}
-
-function chainButton(text, label, action) {
-  const button = document.createElement("button");
-  button.type = "button";
-  button.textContent = text;
-  button.setAttribute("aria-label", label);
-  button.addEventListener("click", action);
-  return button;
-}
-
-function presetControl(item, type) {
-  const row = document.createElement("div");
-  row.className = "row";
-  const id = `preset${item.id}`;
-  const label = document.createElement("label");
-  label.htmlFor = id;
-  label.textContent = "Preset";
-  const select = document.createElement("select");
-  select.id = id;
-  select.append(new Option(type.presets.length ? "Choose…" : "none in the catalogue yet", ""));
-  for (const preset of type.presets) select.append(new Option(preset.name, preset.name));
-  select.disabled = type.presets.length === 0;
-  select.addEventListener("change", () => {
-    const preset = type.presets.find((p) => p.name === select.value);
-    if (!preset) return;
-    Object.assign(item.values, preset.parameters);
-    drawChain();
-    restartLive();
-    scheduleRender();
-  });
-  row.append(label, select);
-  return row;
-}
-
-function drawChain() {
-  const list = $("chain");
-  list.replaceChildren();
-  state.chain.forEach((item, index) => {
-    const type = typeOf(item.type);
-    const li = document.createElement("li");
-    const fieldset = document.createElement("fieldset");
-    const legend = document.createElement("legend");
-    legend.textContent = type.displayName;
-    const tools = document.createElement("div");
-    tools.className = "row";
-    const name = type.displayName;
-    tools.append(
-      chainButton("↑", `Move ${name} earlier`, () => moveItem(index, -1)),
-      chainButton("↓", `Move ${name} later`, () => moveItem(index, 1)),
-      chainButton("Remove", `Remove ${name}`, () => removeItem(index)),
-    );
-    fieldset.append(legend, tools, presetControl(item, type));
-    for (const definition of type.parameters) fieldset.append(parameterControl(item, definition));
-    li.append(fieldset);
-    list.append(li);
-  });
-  $("chain-empty").hidden = state.chain.length > 0;
-}
-
-function addItem(typeName) {
-  const type = typeOf(typeName);
-  const values = {};
-  for (const p of type.parameters) values[p.name] = p.defaultValue;
-  state.chain.push({ id: state.nextId++, type: typeName, values });
-  chainChanged();
-}
-
-function moveItem(index, step) {
-  const to = index + step;
-  if (to < 0 || to >= state.chain.length) return;
-  [state.chain[index], state.chain[to]] = [state.chain[to], state.chain[index]];
-  chainChanged();
-}
-
-function removeItem(index) {
-  state.chain.splice(index, 1);
-  chainChanged();
-}
-
-function chainChanged() {
-  drawChain();
-  restartLive();
-  scheduleRender();
-}
-
 // ---- live playback ----
 
-function setLive(item, name, value) {
-  const node = state.live?.nodes.get(item.id);
-  if (node) node.parameters.get(name).setValueAtTime(value, node.context.currentTime);
-}
+const player = new LivePlayer();
 
-function applyBypass() {
-  if (!state.live) return;
-  const { context, dry, wet } = state.live;
-  dry.gain.setValueAtTime(state.bypass ? 1 : 0, context.currentTime);
-  wet.gain.setValueAtTime(state.bypass ? 0 : 1, context.currentTime);
+function showPlaying() {
+  $("play").textContent = player.playing ? "Stop" : "Play";
+  $("play").setAttribute("aria-pressed", String(player.playing));
 }
 
 async function startLive() {
-  const context = new AudioContext({ sampleRate: state.input.sampleRate });
-  await OstranaEffects.load(context);
-  const channels = state.input.numberOfChannels;
-  const source = new AudioBufferSourceNode(context, { buffer: state.input, loop: true });
-  const dry = new GainNode(context);
-  const wet = new GainNode(context);
-  const nodes = new Map();
-  let previous = source;
-  for (const item of state.chain) {
-    const node = new OstranaEffectNode(context, item.type, { channels, ...item.values });
-    nodes.set(item.id, node);
-    previous.connect(node);
-    previous = node;
-  }
-  previous.connect(wet).connect(context.destination);
-  source.connect(dry).connect(context.destination);
-  state.live = { context, source, nodes, dry, wet };
-  applyBypass();
-  source.start();
-  $("play").textContent = "Stop";
-  $("play").setAttribute("aria-pressed", "true");
+  await player.start(state.input, chain.items);
+  showPlaying();
 }
 
 function stopLive() {
-  if (!state.live) return;
-  state.live.source.stop();
-  for (const node of state.live.nodes.values()) node.dispose();
-  state.live.context.close();
-  state.live = null;
-  $("play").textContent = "Play";
-  $("play").setAttribute("aria-pressed", "false");
+  player.stop();
+  showPlaying();
 }
 
 function restartLive() {
-  if (!state.live) return;
+  if (!player.playing) return;
   stopLive();
   startLive().catch((error) => setStatus(`Cannot play: ${error.message}`, "error"));
 }
+
+// ---- the chain ----
+
+const chain = new ChainEditor($("chain"), $("chain-empty"), {
+  onStructure: () => {
+    restartLive();
+    scheduleRender();
+  },
+  onValue: (item, name, value) => {
+    player.setValue(item, name, value);
+    scheduleRender();
+  },
+});
 
 // ---- offline render ----
 
@@ -306,7 +142,7 @@ async function render() {
   $("download").setAttribute("aria-disabled", "true");
   try {
     const started = performance.now();
-    const output = await renderOffline(state.input, settings(), { tail });
+    const output = await renderOffline(state.input, chain.settings(), { tail });
     if (number !== state.renders) return; // a later render has started
     state.output = output;
     drawWaveform($("output-wave"), output);
@@ -314,10 +150,10 @@ async function render() {
     if (state.downloadUrl) URL.revokeObjectURL(state.downloadUrl);
     state.downloadUrl = URL.createObjectURL(new Blob([audioBufferToWav(output)], { type: "audio/wav" }));
     $("download").href = state.downloadUrl;
-    const suffix = state.chain.length ? state.chain.map((i) => i.type).join("-") : "dry";
+    const suffix = chain.items.length ? chain.items.map((i) => i.type).join("-") : "dry";
     $("download").download = `${state.inputName}-${suffix}.wav`;
     $("download").setAttribute("aria-disabled", "false");
-    const chainText = state.chain.length ? state.chain.map((i) => i.type).join(" → ") : "no effect";
+    const chainText = chain.items.length ? chain.items.map((i) => i.type).join(" → ") : "no effect";
     const ms = Math.round(performance.now() - started);
     setStatus(`Rendered ${(output.length / output.sampleRate).toFixed(2)} s through ${chainText} in ${ms} ms.`, "rendered");
   } catch (error) {
@@ -333,7 +169,7 @@ async function render() {
 
 function wire() {
   for (const type of catalogue.nodeTypes) $("effect-choice").append(new Option(type.displayName, type.shortName));
-  $("add-effect").addEventListener("click", () => addItem($("effect-choice").value));
+  $("add-effect").addEventListener("click", () => chain.add($("effect-choice").value));
   $("demo-signal").addEventListener("click", () => useDemoSignal());
   $("file").addEventListener("change", () => {
     if ($("file").files[0]) useFile($("file").files[0]);
@@ -351,19 +187,18 @@ function wire() {
     if (file) useFile(file);
   });
   $("play").addEventListener("click", () => {
-    if (state.live) stopLive();
+    if (player.playing) stopLive();
     else startLive().catch((error) => setStatus(`Cannot play: ${error.message}`, "error"));
   });
   $("bypass").addEventListener("click", () => {
-    state.bypass = !state.bypass;
-    $("bypass").setAttribute("aria-pressed", String(state.bypass));
-    $("bypass").textContent = state.bypass ? "A/B: hearing the dry input (A)" : "A/B: hearing the effects (B)";
-    applyBypass();
+    const bypass = !player.bypass;
+    player.setBypass(bypass);
+    $("bypass").setAttribute("aria-pressed", String(bypass));
+    $("bypass").textContent = bypass ? "A/B: hearing the dry input (A)" : "A/B: hearing the effects (B)";
   });
   $("tail").addEventListener("change", scheduleRender);
   $("render").addEventListener("click", render);
   for (const id of ["input-wave", "input-spectrum", "output-wave", "output-spectrum"]) clear($(id));
-  drawChain();
 }
 
 wire();
@@ -386,6 +221,9 @@ function interleavedBase64(buffer) {
 
 window.ostranaDemo = {
   state,
+  get live() {
+    return player.live;
+  },
   render,
   interleavedBase64,
   input: () => interleavedBase64(state.input),

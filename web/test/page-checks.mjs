@@ -89,7 +89,7 @@ export async function playback(t) {
   await page.click("#bypass");
   await new Promise((r) => setTimeout(r, 300));
   const playing = await page.evaluate(async () => {
-    const live = window.ostranaDemo.state.live;
+    const live = window.ostranaDemo.live;
     const stats = await Promise.all([...live.nodes.values()].map((node) => node.stats()));
     return { state: live.context.state, dry: live.dry.gain.value, wet: live.wet.gain.value, stats };
   });
