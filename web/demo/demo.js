@@ -139,7 +139,9 @@ async function render() {
   const number = ++state.renders;
   const tail = Number($("tail").value);
   setStatus("Rendering…", "rendering");
+  // No stale file while rendering: the link has no target until the new render is there.
   $("download").setAttribute("aria-disabled", "true");
+  $("download").removeAttribute("href");
   try {
     const started = performance.now();
     const output = await renderOffline(state.input, chain.settings(), { tail });
