@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test: the release build (and its
 # installed tree, run with the build tree moved away), then the whole suite under
-# AddressSanitizer with UBSan, then under ThreadSanitizer, then the fuzzers. Fails if any fails.
+# AddressSanitizer with UBSan, then under ThreadSanitizer, then the browser package's tests, then
+# the fuzzers. Fails if any fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -37,6 +38,9 @@ for preset in release asan tsan; do
         scripts/check-installed-tree.sh || failed+=("installed tree")
     fi
 done
+
+echo "=== web: the WebAssembly build and the browser tests"
+scripts/test-web.sh || failed+=("web")
 
 if [ -x scripts/run-fuzzers.sh ]; then
     echo "=== fuzzers"

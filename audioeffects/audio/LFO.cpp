@@ -76,8 +76,8 @@ namespace {
 }
 #endif
 
-void formRunArgumentsIn(unsigned int lanes, float* arguments, float start, float step,
-                        unsigned int length, double phaseOffset, double twoPi) {
+void formRunArgumentsIn([[maybe_unused]] unsigned int lanes, float* arguments, float start,
+                        float step, unsigned int length, double phaseOffset, double twoPi) {
 #if OSTRANA_X86_64_LANES
     if (lanes >= 16)
         return formRunArgumentsSixteen(arguments, start, step, length, phaseOffset, twoPi);
@@ -87,7 +87,8 @@ void formRunArgumentsIn(unsigned int lanes, float* arguments, float start, float
     formRunArguments(arguments, start, step, length, phaseOffset, twoPi);
 }
 
-void scaleIn(unsigned int lanes, float* values, float amplitude, float offset, unsigned int steps) {
+void scaleIn([[maybe_unused]] unsigned int lanes, float* values, float amplitude, float offset,
+             unsigned int steps) {
 #if OSTRANA_X86_64_LANES
     if (lanes >= 16) return scaleSixteen(values, amplitude, offset, steps);
     if (lanes >= 8) return scaleEight(values, amplitude, offset, steps);

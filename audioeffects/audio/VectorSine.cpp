@@ -54,7 +54,7 @@ constexpr double kPiLow = 1.2246467991473532e-16;
 constexpr double kInversePi = 0.31830988618379067;
 // Added to x / pi, it leaves the nearest integer n in the low bits of the sum's mantissa (its
 // lowest bit says whether n is odd); subtracted again, it leaves n.
-constexpr double kRoundingMagic = 6755399441055744.0;  // 1.5 * 2^52
+[[maybe_unused]] constexpr double kRoundingMagic = 6755399441055744.0;  // 1.5 * 2^52
 
 // Q(t) of sin(r) = r + r * t * Q(t), t = r * r, |r| <= pi / 2, lowest degree first, from
 // scripts/fit-sine-polynomial.py 4 (largest relative error 1.1e-10).
