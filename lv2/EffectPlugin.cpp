@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <utility>
+#include <variant>
 
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/ExtensionManager.h>
@@ -22,6 +23,16 @@ unsigned int wholeSampleRate(double sampleRate) {
                        sampleRate <= std::numeric_limits<unsigned int>::max() &&
                        std::floor(sampleRate) == sampleRate;
     return whole ? static_cast<unsigned int>(sampleRate) : 0;
+}
+
+// A parameter that feeds a line's output back into it; held at its minimum while the plug-in
+// is bypassed, so that the lines empty.
+bool feedsBack(const extensions::audioeffects::NodeParameter& parameter) {
+    return parameter.name == "feedbackLevel";
+}
+
+float asFloat(const extensions::audioeffects::ParameterValue& value) {
+    return std::visit([](auto v) { return static_cast<float>(v); }, value);
 }
 
 bool sameBits(float a, float b) {
@@ -51,14 +62,22 @@ EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate
       sampleRate_(sampleRate),
       inputs_(variant.channels, nullptr),
       outputs_(variant.channels, nullptr),
-      controls_(variant.entry->parameters.size(), nullptr),
-      sentControls_(variant.entry->parameters.size(), 0.0f),
+      controls_(variant.controls.size(), nullptr),
+      portValues_(variant.controls.size(), 0.0f),
+      sentControls_(variant.controls.size(), 0.0f),
+      switchIndex_(variant.controls.size()),
+      fade_(sampleRate),
       scratch_(variant.channels, kChunkFrames, sampleRate),
       inputViewList_{&inputView_},
       outputViewList_{&outputView_},
       scratchList_{&scratch_} {
     inputView_.buffer = AudioBuffer<float>::view(variant.channels, kChunkFrames, sampleRate);
     outputView_.buffer = AudioBuffer<float>::view(variant.channels, kChunkFrames, sampleRate);
+    for (std::size_t index = 0; index < variant.controls.size(); ++index) {
+        if (variant.controls[index].parameter == variant.entry->onOffSwitch()) {
+            switchIndex_ = index;
+        }
+    }
 }
 
 EffectPlugin::~EffectPlugin() = default;
@@ -108,13 +127,42 @@ bool EffectPlugin::portsConnected() const {
            std::all_of(controls_.begin(), controls_.end(), connected);
 }
 
+void EffectPlugin::readControls() noexcept {
+    for (std::size_t index = 0; index < controls_.size(); ++index) {
+        const ControlPort& port = variant_.controls[index];
+        const float previous = controlsSent_ ? portValues_[index] : port.defaultValue;
+        portValues_[index] = port.sanitized(*controls_[index], previous);
+    }
+}
+
+void EffectPlugin::followSwitch() noexcept {
+    if (switchIndex_ == controls_.size()) return;
+    const bool on = portValues_[switchIndex_] > 0.0f;
+    if (!controlsSent_) {
+        fade_.jumpTo(on);
+        resting_ = !on;
+    } else {
+        fade_.fadeTo(on);
+        if (on) resting_ = false;
+    }
+}
+
+float EffectPlugin::nodeValue(std::size_t control) const noexcept {
+    const extensions::audioeffects::NodeParameter& parameter =
+        *variant_.controls[control].parameter;
+    if (resting_ && feedsBack(parameter)) return asFloat(parameter.minimum);
+    return portValues_[control];
+}
+
 void EffectPlugin::sendChangedControls() noexcept {
-    const auto parameters = variant_.entry->parameters;
-    for (std::size_t index = 0; index < parameters.size(); ++index) {
-        const float value = *controls_[index];
+    for (std::size_t index = 0; index < controls_.size(); ++index) {
+        const extensions::audioeffects::NodeParameter* parameter =
+            variant_.controls[index].parameter;
+        if (parameter == nullptr || index == switchIndex_) continue;
+        const float value = nodeValue(index);
         if (controlsSent_ && sameBits(value, sentControls_[index])) continue;
         sentControls_[index] = value;
-        parameters[index].write(*node_, parameters[index].fromNumber(value));
+        parameter->write(*node_, parameter->fromNumber(value));
     }
     controlsSent_ = true;
 }
@@ -148,15 +196,41 @@ void EffectPlugin::processChunk(std::uint32_t offset, std::uint32_t frames,
     processor_->process(inputs, outputViewList_);
 }
 
+void EffectPlugin::crossfadeChunk(std::uint32_t offset, std::uint32_t frames) noexcept {
+    const AudioBuffer<float>& dry = scratch_.buffer;
+    if (fade_.fullyDry()) {
+        for (unsigned int channel = 0; channel < variant_.channels; ++channel) {
+            std::memcpy(outputs_[channel] + offset, dry.getChannel(channel),
+                        frames * sizeof(float));
+        }
+        return;
+    }
+    for (std::uint32_t frame = 0; frame < frames; ++frame) {
+        const float gain = fade_.processedGain();
+        for (unsigned int channel = 0; channel < variant_.channels; ++channel) {
+            float& out = outputs_[channel][offset + frame];
+            out = out * gain + dry.getChannel(channel)[frame] * (1.0f - gain);
+        }
+        fade_.advance();
+    }
+}
+
 void EffectPlugin::run(std::uint32_t frames) noexcept {
     if (processor_ == nullptr || !portsConnected()) return;
+    readControls();
+    followSwitch();
     sendChangedControls();
     if (frames == 0) return;
     nodeHasRun_ = true;
-    const bool throughScratch = outputsOverlapOtherInputs(frames);
+    // A fade needs the dry input after the node has written the outputs.
+    const bool fading = !fade_.fullyProcessed();
+    const bool throughScratch = fading || outputsOverlapOtherInputs(frames);
     for (std::uint32_t offset = 0; offset < frames; offset += kChunkFrames) {
-        processChunk(offset, std::min(kChunkFrames, frames - offset), throughScratch);
+        const std::uint32_t chunk = std::min(kChunkFrames, frames - offset);
+        processChunk(offset, chunk, throughScratch);
+        if (fading) crossfadeChunk(offset, chunk);
     }
+    if (fade_.fullyDry()) resting_ = true;
 }
 
 }  // namespace ostrana::lv2

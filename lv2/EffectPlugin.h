@@ -9,6 +9,7 @@
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 
+#include "BypassFade.h"
 #include "PluginVariant.h"
 
 namespace ostrana::lv2 {
@@ -18,8 +19,16 @@ namespace ostrana::lv2 {
 // extension; it drives the node through the same bus contract as every other host.
 //
 // instantiate, activate and the destructor may allocate (LV2's instantiation class). run
-// never allocates, locks, logs or throws: it reads every control port once, passes the
-// values that changed to the node, and processes the port buffers where they lie.
+// never allocates, locks, logs or throws: it reads every control port once, makes each value
+// safe (ControlPort::sanitized), passes the values that changed to the node, and processes
+// the port buffers where they lie.
+//
+// The on/off switch is the plug-in's own bypass and never reaches the node, which always
+// runs: switching crossfades between its output and the dry input (BypassFade), starting at
+// the first frame of the block in which the port changed. Bypassed, the node goes on being
+// fed the input, with its feedback held at the catalogue's minimum (none): once the bypass
+// has lasted longer than the delay, the lines hold only what came in during it, so nothing
+// from before the bypass comes back when the effect is switched on again, at any feedback.
 class EffectPlugin {
   public:
     // Frames processed per call of the node's process; a longer run goes in chunks of this.
@@ -46,6 +55,10 @@ class EffectPlugin {
     std::unique_ptr<Node> makeNode() const;
     bool adoptNode(std::unique_ptr<Node> node);
     bool portsConnected() const;
+    void readControls() noexcept;
+    void followSwitch() noexcept;
+    // The value the node is given for the control at this index (not the switch).
+    float nodeValue(std::size_t control) const noexcept;
     void sendChangedControls() noexcept;
     // Whether an output shares memory with the input of another channel, or with its own
     // input displaced. Then the node would overwrite input it has yet to read, so the inputs
@@ -53,6 +66,9 @@ class EffectPlugin {
     // as LV2 hosts do).
     bool outputsOverlapOtherInputs(std::uint32_t frames) const;
     void processChunk(std::uint32_t offset, std::uint32_t frames, bool throughScratch) noexcept;
+    // Replaces the processed output of a chunk with the fade's mix of it and the dry input,
+    // which processChunk left in the scratch bus.
+    void crossfadeChunk(std::uint32_t offset, std::uint32_t frames) noexcept;
 
     const PluginVariant& variant_;
     unsigned int sampleRate_;
@@ -63,9 +79,17 @@ class EffectPlugin {
     std::vector<float*> inputs_;
     std::vector<float*> outputs_;
     std::vector<const float*> controls_;
-    // The control values last passed to the node; valid once controlsSent_ is set.
+    // The controls' values as the plug-in takes them (sanitised), and the values last passed
+    // to the node; both valid once controlsSent_ is set.
+    std::vector<float> portValues_;
     std::vector<float> sentControls_;
     bool controlsSent_ = false;
+
+    // The index of the on/off switch among the controls, or the number of controls.
+    std::size_t switchIndex_;
+    BypassFade fade_;
+    // Set once a fade to dry has finished: the feedback is then held off.
+    bool resting_ = false;
 
     // Views of the port buffers, and a bus of the instance's own to copy the inputs into when
     // an output aliases another channel's input.

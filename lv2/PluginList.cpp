@@ -21,6 +21,9 @@ PluginVariant makeVariant(const NodeTypeEntry& entry, unsigned int channels) {
     variant.typeName = entry.typeName();
     variant.uri = PluginList::uriOf(entry.shortName, channels);
     variant.name = "Ostrana " + entry.displayName() + (channels == 1 ? " (mono)" : "");
+    for (const auto& parameter : entry.parameters) {
+        variant.controls.push_back(ControlPort::of(parameter));
+    }
     return variant;
 }
 

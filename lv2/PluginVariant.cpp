@@ -11,7 +11,7 @@ constexpr std::string_view kNameSuffixes[] = {" L", " R"};
 }  // namespace
 
 std::uint32_t PluginVariant::portCount() const {
-    return controlPort(entry->parameters.size());
+    return controlPort(controls.size());
 }
 
 std::string PluginVariant::audioPortSymbol(bool input, unsigned int channel) const {

@@ -3,15 +3,18 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <ostrana/audioeffects/NodeTypeEntry.h>
+
+#include "ControlPort.h"
 
 namespace ostrana::lv2 {
 
 // One LV2 plug-in of the bundle: a node type of the catalogue run on a fixed channel count.
 //
 // Ports, in index order: the audio inputs (one per channel), the audio outputs (one per
-// channel), then one control input per catalogue parameter, in the catalogue's order.
+// channel), then the control inputs: one per catalogue parameter, in the catalogue's order.
 struct PluginVariant {
     const extensions::audioeffects::NodeTypeEntry* entry = nullptr;
     unsigned int channels = 0;
@@ -20,6 +23,8 @@ struct PluginVariant {
     // The plug-in's stable URI and its name for people.
     std::string uri;
     std::string name;
+    // The control inputs, in port order; the first ones are the catalogue's parameters.
+    std::vector<ControlPort> controls;
 
     std::uint32_t portCount() const;
     std::uint32_t audioInputPort(unsigned int channel) const { return channel; }

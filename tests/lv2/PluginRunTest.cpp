@@ -39,9 +39,12 @@ double numberOf(const extensions::audioeffects::ParameterValue& value) {
 }
 
 // The control value of a parameter before a block: it changes every third block, through the
-// default, the maximum, the middle and the minimum of the parameter's range in turn.
+// default, the maximum, the middle and the minimum of the parameter's range in turn. The
+// on/off switch stays on: switching it crossfades to the dry input, which the node does not do
+// (PluginBypassTest covers it).
 float controlValue(const extensions::audioeffects::ParameterDefinition& parameter,
                    std::size_t parameterIndex, std::size_t block) {
+    if (parameter.kind == extensions::audioeffects::ParameterKind::Switch) return 1.0f;
     const double low = numberOf(parameter.minimum);
     const double high = numberOf(parameter.maximum);
     const double choices[] = {numberOf(parameter.defaultValue), high, (low + high) / 2, low};

@@ -1,0 +1,57 @@
+#include "ControlPort.h"
+
+#include <algorithm>
+#include <cmath>
+#include <variant>
+
+namespace ostrana::lv2 {
+
+namespace {
+
+using extensions::audioeffects::NodeParameter;
+using extensions::audioeffects::ParameterKind;
+using extensions::audioeffects::ParameterValue;
+
+float asFloat(const ParameterValue& value) {
+    return std::visit([](auto v) { return static_cast<float>(v); }, value);
+}
+
+ControlPort::Kind kindOf(ParameterKind kind) {
+    switch (kind) {
+        case ParameterKind::Switch:
+            return ControlPort::Kind::Toggle;
+        case ParameterKind::WholeNumber:
+            return ControlPort::Kind::Integer;
+        case ParameterKind::RealNumber:
+            break;
+    }
+    return ControlPort::Kind::Real;
+}
+
+}  // namespace
+
+ControlPort ControlPort::of(const NodeParameter& parameter) {
+    ControlPort port;
+    port.symbol = std::string(parameter.name);
+    port.parameter = &parameter;
+    port.kind = kindOf(parameter.kind);
+    port.defaultValue = asFloat(parameter.defaultValue);
+    port.minimum = asFloat(parameter.minimum);
+    port.maximum = asFloat(parameter.maximum);
+    return port;
+}
+
+float ControlPort::sanitized(float value, float previous) const {
+    if (!std::isfinite(value)) return previous;
+    switch (kind) {
+        case Kind::Toggle:
+            return value > 0.0f ? 1.0f : 0.0f;
+        case Kind::Integer:
+            return std::clamp(std::round(value), minimum, maximum);
+        case Kind::Real:
+            break;
+    }
+    return std::clamp(value, minimum, maximum);
+}
+
+}  // namespace ostrana::lv2

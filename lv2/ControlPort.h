@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include <ostrana/audioeffects/NodeParameter.h>
+
+namespace ostrana::lv2 {
+
+// One control input of a plug-in as hosts see it: its symbol, kind, range and default in the
+// port's own unit, and the catalogue parameter it drives, if any.
+struct ControlPort {
+    enum class Kind { Toggle, Integer, Real };
+
+    std::string symbol;
+    // The catalogue parameter this port sets on the node, or nullptr for a control of the
+    // plug-in's own.
+    const extensions::audioeffects::NodeParameter* parameter = nullptr;
+    Kind kind = Kind::Real;
+    float defaultValue = 0.0f;
+    float minimum = 0.0f;
+    float maximum = 1.0f;
+
+    // A port of a catalogue parameter, with the catalogue's range and default.
+    static ControlPort of(const extensions::audioeffects::NodeParameter& parameter);
+
+    // What the plug-in makes of a value a host wrote: not a number or an infinity keeps the
+    // previous value; anything else is limited to the range, an integer port's value rounded
+    // to the nearest whole number, a toggle's read as on above zero (LV2's reading of a
+    // toggle) and off otherwise.
+    float sanitized(float value, float previous) const;
+};
+
+}  // namespace ostrana::lv2
