@@ -12,17 +12,19 @@
 #include <ostrana/sdk/ExtensionManager.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
+#include "FlushDenormals.h"
+
 namespace ostrana::lv2 {
 
 namespace {
 
-// A sample rate as the nodes take it: a whole number of hertz from 1 up, or 0 when the rate
-// is anything else.
+// A sample rate as the nodes take it: a finite positive rate rounded to the nearest whole
+// number of hertz (1 at least), or 0 when the rate is not finite and positive or is beyond
+// what a node takes.
 unsigned int wholeSampleRate(double sampleRate) {
-    const bool whole = std::isfinite(sampleRate) && sampleRate >= 1.0 &&
-                       sampleRate <= std::numeric_limits<unsigned int>::max() &&
-                       std::floor(sampleRate) == sampleRate;
-    return whole ? static_cast<unsigned int>(sampleRate) : 0;
+    const bool usable = std::isfinite(sampleRate) && sampleRate > 0.0 &&
+                        sampleRate < std::numeric_limits<unsigned int>::max();
+    return usable ? std::max(1u, static_cast<unsigned int>(std::lround(sampleRate))) : 0;
 }
 
 // A parameter that feeds a line's output back into it; held at its minimum while the plug-in
@@ -217,6 +219,7 @@ void EffectPlugin::crossfadeChunk(std::uint32_t offset, std::uint32_t frames) no
 
 void EffectPlugin::run(std::uint32_t frames) noexcept {
     if (processor_ == nullptr || !portsConnected()) return;
+    const FlushDenormals flushing;
     readControls();
     followSwitch();
     sendChangedControls();

@@ -34,8 +34,8 @@ class EffectPlugin {
     // Frames processed per call of the node's process; a longer run goes in chunks of this.
     static constexpr unsigned int kChunkFrames = 4096;
 
-    // An instance at this sample rate, or nullptr when the rate is not a whole number of
-    // hertz the node accepts, or the node cannot be made.
+    // An instance at this sample rate rounded to whole hertz, or nullptr when the rate is not
+    // finite and positive, or the node cannot be made.
     static std::unique_ptr<EffectPlugin> create(const PluginVariant& variant, double sampleRate);
 
     EffectPlugin(const EffectPlugin&) = delete;

@@ -204,13 +204,26 @@ TEST_P(PluginLifecycle, InstantiatesAtEveryWholeRateAndComputesAsTheNodeThere) {
     }
 }
 
-TEST_P(PluginLifecycle, RefusesARateThatIsNotAWholeNumberOfHertz) {
+TEST_P(PluginLifecycle, RefusesARateThatIsNotFiniteAndPositive) {
     BundleWorld world;
-    for (double rate : {0.0, -48000.0, 44100.5, static_cast<double>(NAN)}) {
+    for (double rate :
+         {0.0, -48000.0, -0.5, static_cast<double>(NAN), static_cast<double>(INFINITY), 1e12}) {
         LilvInstance* instance =
             lilv_plugin_instantiate(world.plugin(GetParam().uri), rate, nullptr);
         EXPECT_EQ(instance, nullptr) << rate;
         if (instance != nullptr) lilv_instance_free(instance);
+    }
+}
+
+TEST_P(PluginLifecycle, TakesAFractionalRateRoundedToWholeHertz) {
+    BundleWorld world;
+    const std::pair<double, unsigned int> rates[] = {
+        {44100.5, 44101}, {48000.0001, 48000}, {47999.6, 48000}, {96000.4999, 96000}};
+    for (const auto& [rate, rounded] : rates) {
+        PluginInstance plugin(world, GetParam(), rate);
+        ASSERT_NE(plugin.instance(), nullptr) << rate;
+        plugin.activate();
+        expectSameAsReference(plugin, GetParam(), rounded, 4096);
     }
 }
 
