@@ -62,7 +62,7 @@ std::unique_ptr<EffectPlugin> EffectPlugin::create(const PluginVariant& variant,
 EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate)
     : variant_(variant),
       sampleRate_(sampleRate),
-      inputs_(variant.channels, nullptr),
+      inputs_(variant.inputs, nullptr),
       outputs_(variant.channels, nullptr),
       controls_(variant.controls.size(), nullptr),
       portValues_(variant.controls.size(), 0.0f),
@@ -107,11 +107,10 @@ bool EffectPlugin::adoptNode(std::unique_ptr<Node> node) {
 }
 
 void EffectPlugin::connectPort(std::uint32_t port, void* data) noexcept {
-    const std::uint32_t channels = variant_.channels;
     if (port < variant_.audioOutputPort(0)) {
         inputs_[port] = static_cast<float*>(data);
     } else if (port < variant_.controlPort(0)) {
-        outputs_[port - channels] = static_cast<float*>(data);
+        outputs_[port - variant_.audioOutputPort(0)] = static_cast<float*>(data);
     } else if (port < variant_.portCount()) {
         controls_[port - variant_.controlPort(0)] = static_cast<const float*>(data);
     }
@@ -170,10 +169,11 @@ void EffectPlugin::sendChangedControls() noexcept {
 }
 
 bool EffectPlugin::outputsOverlapOtherInputs(std::uint32_t frames) const {
-    for (std::size_t out = 0; out < outputs_.size(); ++out) {
-        for (std::size_t in = 0; in < inputs_.size(); ++in) {
-            const bool sameChannelInPlace = in == out && outputs_[out] == inputs_[in];
-            if (!sameChannelInPlace && overlap(outputs_[out], inputs_[in], frames)) return true;
+    for (unsigned int out = 0; out < variant_.channels; ++out) {
+        for (unsigned int in = 0; in < variant_.channels; ++in) {
+            const float* input = inputs_[variant_.inputOf(in)];
+            const bool sameChannelInPlace = in == out && outputs_[out] == input;
+            if (!sameChannelInPlace && overlap(outputs_[out], input, frames)) return true;
         }
     }
     return false;
@@ -185,7 +185,7 @@ void EffectPlugin::processChunk(std::uint32_t offset, std::uint32_t frames,
     AudioBuffer<float>& input = inputs.front()->buffer;
     AudioBuffer<float>& output = outputView_.buffer;
     for (unsigned int channel = 0; channel < variant_.channels; ++channel) {
-        float* source = inputs_[channel] + offset;
+        float* source = inputs_[variant_.inputOf(channel)] + offset;
         if (throughScratch) {
             std::memcpy(input.getChannel(channel), source, frames * sizeof(float));
         } else {

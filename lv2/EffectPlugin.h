@@ -60,10 +60,10 @@ class EffectPlugin {
     // The value the node is given for the control at this index (not the switch).
     float nodeValue(std::size_t control) const noexcept;
     void sendChangedControls() noexcept;
-    // Whether an output shares memory with the input of another channel, or with its own
-    // input displaced. Then the node would overwrite input it has yet to read, so the inputs
-    // are copied first, chunk by chunk (exact for hosts that connect ports to whole buffers,
-    // as LV2 hosts do).
+    // Whether an output shares memory with the input of another channel (a mono-to-stereo
+    // plug-in's one input feeds both), or with its own input displaced. Then the node would
+    // overwrite input it has yet to read, so the inputs are copied first, chunk by chunk (exact for
+    // hosts that connect ports to whole buffers, as LV2 hosts do).
     bool outputsOverlapOtherInputs(std::uint32_t frames) const;
     void processChunk(std::uint32_t offset, std::uint32_t frames, bool throughScratch) noexcept;
     // Replaces the processed output of a chunk with the fade's mix of it and the dry input,

@@ -73,7 +73,8 @@ std::string PluginTurtle::plugin(const PluginVariant& variant, const BundleVersi
     text += "    lv2:optionalFeature lv2:hardRTCapable ;\n    lv2:port ";
     std::string ports;
     for (bool input : {true, false}) {
-        for (unsigned int channel = 0; channel < variant.channels; ++channel) {
+        for (unsigned int channel = 0; channel < (input ? variant.inputs : variant.channels);
+             ++channel) {
             ports += (ports.empty() ? "" : " , ") + audioPort(variant, input, channel);
         }
     }

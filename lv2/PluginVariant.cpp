@@ -16,13 +16,13 @@ std::uint32_t PluginVariant::portCount() const {
 
 std::string PluginVariant::audioPortSymbol(bool input, unsigned int channel) const {
     std::string symbol = input ? "in" : "out";
-    if (channels > 1) symbol += kSymbolSuffixes[channel];
+    if ((input ? inputs : channels) > 1) symbol += kSymbolSuffixes[channel];
     return symbol;
 }
 
 std::string PluginVariant::audioPortName(bool input, unsigned int channel) const {
     std::string name = input ? "In" : "Out";
-    if (channels > 1) name += kNameSuffixes[channel];
+    if ((input ? inputs : channels) > 1) name += kNameSuffixes[channel];
     return name;
 }
 

@@ -9,13 +9,17 @@
 namespace ostrana::lv2::testing {
 
 // A plug-in the bundle must hold, as the catalogue and the URI scheme say: a stereo plug-in
-// for each node type that takes two channels, a mono one for each that takes one.
+// for each node type that takes two channels, a mono one for each that takes one, and a
+// mono-to-stereo one (one input fed to both channels) for the ping-pong delay and the swept
+// effects.
 struct ExpectedPlugin {
     const extensions::audioeffects::NodeTypeEntry* entry = nullptr;
     unsigned int channels = 0;
     std::string uri;
+    // The audio inputs: channels, or 1 for mono-to-stereo.
+    unsigned int inputs = 0;
 
-    std::string label() const;  // "delay-mono", for test names
+    std::string label() const;  // "delay_mono", "chorus_mono_stereo", for test names
 };
 
 std::vector<ExpectedPlugin> expectedPlugins();

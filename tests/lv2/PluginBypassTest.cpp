@@ -110,7 +110,7 @@ std::string pluginName(const ::testing::TestParamInfo<ExpectedPlugin>& info) {
 
 TEST_P(PluginBypass, SwitchingStepsNoFurtherThanTwiceTheSteadyStateOnA440HzSine) {
     const ExpectedPlugin& expected = GetParam();
-    const Channels input = sine(expected.channels, 4 * kSampleRate);
+    const Channels input = asHeard(expected, sine(expected.channels, 4 * kSampleRate));
     const Settings defaults = [&](std::size_t c) { return defaultOf(expected, c); };
     // Off at block 200 (1.07 s), on at 400 (2.13 s), then off at 600 and on again two blocks
     // later, in the middle of the fade.
@@ -143,7 +143,7 @@ TEST_P(PluginBypass, SwitchingStepsNoFurtherThanTwiceTheSteadyStateOnA440HzSine)
 
 TEST_P(PluginBypass, ASwitchOffAtTheFirstBlockPassesTheInputExactly) {
     const ExpectedPlugin& expected = GetParam();
-    const Channels input = makeInput(expected.channels, 8 * kBlock, kSampleRate);
+    const Channels input = asHeard(expected, makeInput(expected.channels, 8 * kBlock, kSampleRate));
     const Channels output = runWith(
         expected, input, [](std::size_t) { return false; },
         [&](std::size_t c) { return defaultOf(expected, c); });
@@ -161,10 +161,10 @@ void expectNothingFromBeforeTheBypass(const ExpectedPlugin& expected, const Sett
     std::mt19937 random(7);
     std::uniform_real_distribution<float> noise(-0.8f, 0.8f);
     Channels burst(expected.channels, std::vector<float>(total, 0.0f));
-    Channels later = makeInput(expected.channels, total, kSampleRate);
+    Channels later = asHeard(expected, makeInput(expected.channels, total, kSampleRate));
     for (std::size_t frame = 0; frame < burstEnd; ++frame) {
         for (unsigned int channel = 0; channel < expected.channels; ++channel) {
-            burst[channel][frame] = noise(random);
+            burst[channel][frame] = channel < expected.inputs ? noise(random) : burst[0][frame];
             later[channel][frame] = 0.0f;
         }
     }

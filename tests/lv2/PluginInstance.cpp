@@ -30,9 +30,11 @@ PluginInstance::PluginInstance(const BundleWorld& world, const ExpectedPlugin& e
         ADD_FAILURE() << "no plug-in " << expected.uri;
         return;
     }
-    for (unsigned int channel = 0; channel < expected.channels; ++channel) {
+    for (unsigned int channel = 0; channel < expected.inputs; ++channel) {
         inputPorts_.push_back(
-            portIndex(world, plugin, audioSymbol("in", expected.channels, channel)));
+            portIndex(world, plugin, audioSymbol("in", expected.inputs, channel)));
+    }
+    for (unsigned int channel = 0; channel < expected.channels; ++channel) {
         outputPorts_.push_back(
             portIndex(world, plugin, audioSymbol("out", expected.channels, channel)));
     }
@@ -52,7 +54,9 @@ PluginInstance::~PluginInstance() {
 }
 
 void PluginInstance::connectAudio(unsigned int channel, float* input, float* output) {
-    lilv_instance_connect_port(instance_, inputPorts_[channel], input);
+    if (channel < inputPorts_.size()) {
+        lilv_instance_connect_port(instance_, inputPorts_[channel], input);
+    }
     lilv_instance_connect_port(instance_, outputPorts_[channel], output);
 }
 

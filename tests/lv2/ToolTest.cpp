@@ -92,7 +92,7 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
     const std::string& text = result.out;
     const std::string turtle = fx::testing::readBytes(described);
     const ExpectedPlugin& plugin = GetParam();
-    const std::size_t ports = 2 * plugin.channels + plugin.entry->parameters.size();
+    const std::size_t ports = plugin.inputs + plugin.channels + plugin.entry->parameters.size();
     for (std::size_t index = 0; index < ports; ++index) {
         EXPECT_NE(text.find("Port " + std::to_string(index) + ":"), std::string::npos) << index;
     }
@@ -164,12 +164,20 @@ TEST_P(Lv2Apply, IsBitIdenticalToOstranaFxAtBlockOne) {
     const ExpectedPlugin& plugin = GetParam();
     TempDirectory directory;
     const std::string input = directory.file("in.wav");
-    const Channels planar = makeInput(plugin.channels, 72000, 48000);
+    // The plug-in reads a file of its inputs' channels; ostrana-fx the same audio on every
+    // channel of the node (a mono-to-stereo plug-in's one input on both).
+    const Channels planar = asHeard(plugin, makeInput(plugin.channels, 72000, 48000));
     std::vector<float> interleaved;
+    std::vector<float> pluginInput;
     for (std::size_t frame = 0; frame < planar[0].size(); ++frame) {
         for (const auto& channel : planar) interleaved.push_back(channel[frame]);
+        for (unsigned int channel = 0; channel < plugin.inputs; ++channel) {
+            pluginInput.push_back(planar[channel][frame]);
+        }
     }
-    WavFile::write(input, plugin.channels, 48000, interleaved, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    WavFile::write(input, plugin.inputs, 48000, pluginInput, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    const std::string nodeInput = directory.file("node-in.wav");
+    WavFile::write(nodeInput, plugin.channels, 48000, interleaved, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
 
     const std::vector<Setting> settings = settingsOf(plugin);
     for (std::size_t index = 0; index < settings.size(); ++index) {
@@ -178,7 +186,7 @@ TEST_P(Lv2Apply, IsBitIdenticalToOstranaFxAtBlockOne) {
         const std::string viaFx = directory.file("fx-" + std::to_string(index) + ".wav");
         std::vector<std::string> apply{"lv2apply", "-i", input, "-o", viaLv2};
         std::vector<std::string> render{
-            OSTRANA_FX_PATH,         "render", input, viaFx, "--quiet", "--tail", "0", "--node",
+            OSTRANA_FX_PATH,         "render", nodeInput, viaFx, "--quiet", "--tail", "0", "--node",
             plugin.entry->typeName()};
         for (const auto& [name, value] : settings[index]) {
             apply.insert(apply.end(), {"-c", name, value});
