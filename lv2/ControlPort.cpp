@@ -35,9 +35,14 @@ ControlPort ControlPort::of(const NodeParameter& parameter) {
     port.symbol = std::string(parameter.name);
     port.parameter = &parameter;
     port.kind = kindOf(parameter.kind);
-    port.defaultValue = asFloat(parameter.defaultValue);
-    port.minimum = asFloat(parameter.minimum);
-    port.maximum = asFloat(parameter.maximum);
+    port.unit = parameter.unit;
+    if (parameter.unit == extensions::audioeffects::ParameterUnit::Seconds) {
+        port.unit = extensions::audioeffects::ParameterUnit::Milliseconds;
+        port.perParameterUnit = 1000.0f;
+    }
+    port.defaultValue = port.toPort(asFloat(parameter.defaultValue));
+    port.minimum = port.toPort(asFloat(parameter.minimum));
+    port.maximum = port.toPort(asFloat(parameter.maximum));
     return port;
 }
 

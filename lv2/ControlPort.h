@@ -19,9 +19,22 @@ struct ControlPort {
     float defaultValue = 0.0f;
     float minimum = 0.0f;
     float maximum = 1.0f;
+    // The port's unit, and how many of it make one of the parameter's: a parameter in seconds
+    // is shown in milliseconds (1000), where hosts' sliders read well; every other one as it
+    // is (1).
+    extensions::audioeffects::ParameterUnit unit = extensions::audioeffects::ParameterUnit::None;
+    float perParameterUnit = 1.0f;
 
-    // A port of a catalogue parameter, with the catalogue's range and default.
+    // A port of a catalogue parameter, with the catalogue's range and default in the port's
+    // unit.
     static ControlPort of(const extensions::audioeffects::NodeParameter& parameter);
+
+    // A value of the catalogue parameter in the port's unit, and back. For milliseconds the
+    // way back is one float division by 1000, which gives every whole number of milliseconds
+    // (all the defaults, ends of ranges and presets) as the nearest float to the catalogue's
+    // value in seconds: exactly the catalogue's value.
+    float toPort(float parameterValue) const { return parameterValue * perParameterUnit; }
+    float toParameter(float portValue) const { return portValue / perParameterUnit; }
 
     // What the plug-in makes of a value a host wrote: not a number or an infinity keeps the
     // previous value; anything else is limited to the range, an integer port's value rounded

@@ -152,7 +152,7 @@ float EffectPlugin::nodeValue(std::size_t control) const noexcept {
     const extensions::audioeffects::NodeParameter& parameter =
         *variant_.controls[control].parameter;
     if (resting_ && feedsBack(parameter)) return asFloat(parameter.minimum);
-    return portValues_[control];
+    return variant_.controls[control].toParameter(portValues_[control]);
 }
 
 void EffectPlugin::sendChangedControls() noexcept {

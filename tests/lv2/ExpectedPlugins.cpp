@@ -1,5 +1,7 @@
 #include "ExpectedPlugins.h"
 
+#include <variant>
+
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
 namespace ostrana::lv2::testing {
@@ -28,6 +30,25 @@ std::vector<ExpectedPlugin> expectedPlugins() {
         }
     }
     return plugins;
+}
+
+PortUnit portUnitOf(const extensions::audioeffects::ParameterDefinition& parameter) {
+    using extensions::audioeffects::ParameterUnit;
+    if (parameter.unit == ParameterUnit::Seconds) return {ParameterUnit::Milliseconds, 1000.0f};
+    return {parameter.unit, 1.0f};
+}
+
+extensions::audioeffects::ParameterValue parameterValueOf(
+    const extensions::audioeffects::ParameterDefinition& parameter, double portValue) {
+    const float scale = portUnitOf(parameter).perParameterUnit;
+    if (scale == 1.0f) return parameter.fromNumber(portValue);
+    return parameter.fromNumber(static_cast<float>(portValue) / scale);
+}
+
+float portValueOf(const extensions::audioeffects::ParameterDefinition& parameter,
+                  const extensions::audioeffects::ParameterValue& value) {
+    const float number = std::visit([](auto v) { return static_cast<float>(v); }, value);
+    return number * portUnitOf(parameter).perParameterUnit;
 }
 
 void PrintTo(const ExpectedPlugin& plugin, std::ostream* stream) {

@@ -24,6 +24,20 @@ struct ExpectedPlugin {
 
 std::vector<ExpectedPlugin> expectedPlugins();
 
+// How the plug-ins show a parameter at its port: a parameter in seconds in milliseconds (1000
+// per second), every other one in its own unit (1 per unit).
+struct PortUnit {
+    extensions::audioeffects::ParameterUnit unit;
+    float perParameterUnit;
+};
+PortUnit portUnitOf(const extensions::audioeffects::ParameterDefinition& parameter);
+// A port value as the parameter's value (one float division, as the plug-in does it).
+extensions::audioeffects::ParameterValue parameterValueOf(
+    const extensions::audioeffects::ParameterDefinition& parameter, double portValue);
+// A parameter's value as its port shows it.
+float portValueOf(const extensions::audioeffects::ParameterDefinition& parameter,
+                  const extensions::audioeffects::ParameterValue& value);
+
 // How GoogleTest prints a plug-in in a test's parameters: its URI.
 void PrintTo(const ExpectedPlugin& plugin, std::ostream* stream);
 

@@ -40,8 +40,8 @@ std::size_t switchIndex(const ExpectedPlugin& expected) {
 }
 
 float defaultOf(const ExpectedPlugin& expected, std::size_t control) {
-    return std::visit([](auto v) { return static_cast<float>(v); },
-                      expected.entry->parameters[control].defaultValue);
+    const auto& parameter = expected.entry->parameters[control];
+    return portValueOf(parameter, parameter.defaultValue);
 }
 
 // The plug-in's output, planar, run in blocks of kBlock frames on input.
@@ -204,8 +204,8 @@ TEST_P(PluginBypass, NothingFromBeforeATwoSecondBypassIsHeardAfterIt) {
     {
         SCOPED_TRACE("maxima");
         expectNothingFromBeforeTheBypass(expected, [&](std::size_t c) {
-            return std::visit([](auto v) { return static_cast<float>(v); },
-                              expected.entry->parameters[c].maximum);
+            const auto& parameter = expected.entry->parameters[c];
+            return portValueOf(parameter, parameter.maximum);
         });
     }
 }

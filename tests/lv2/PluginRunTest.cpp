@@ -147,7 +147,7 @@ TEST_P(PluginRun, MatchesTheNodeBitForBitAndNeverTouchesTheHeap) {
         const auto& parameters = run.plugin.entry->parameters;
         for (std::size_t index = 0; index < parameters.size(); ++index) {
             const float value = controlValue(parameters[index], index, block);
-            plugin.control(index) = value;
+            plugin.control(index) = value * portUnitOf(parameters[index]).perParameterUnit;
             reference.setControl(index, value);
         }
         const std::vector<float*> outputs =
