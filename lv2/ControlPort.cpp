@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <variant>
 
 namespace ostrana::lv2 {
@@ -43,6 +44,29 @@ ControlPort ControlPort::of(const NodeParameter& parameter) {
     port.defaultValue = port.toPort(asFloat(parameter.defaultValue));
     port.minimum = port.toPort(asFloat(parameter.minimum));
     port.maximum = port.toPort(asFloat(parameter.maximum));
+    return port;
+}
+
+ControlPort ControlPort::toggle(std::string symbol, std::string name, std::string comment,
+                                bool on) {
+    ControlPort port;
+    port.symbol = std::move(symbol);
+    port.name = std::move(name);
+    port.comment = std::move(comment);
+    port.kind = Kind::Toggle;
+    port.defaultValue = on ? 1.0f : 0.0f;
+    return port;
+}
+
+ControlPort ControlPort::choice(std::string symbol, std::string name, std::string comment,
+                                unsigned int count, unsigned int defaultValue) {
+    ControlPort port;
+    port.symbol = std::move(symbol);
+    port.name = std::move(name);
+    port.comment = std::move(comment);
+    port.kind = Kind::Integer;
+    port.defaultValue = static_cast<float>(defaultValue);
+    port.maximum = static_cast<float>(count - 1);
     return port;
 }
 

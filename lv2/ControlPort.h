@@ -12,6 +12,10 @@ struct ControlPort {
     enum class Kind { Toggle, Integer, Real };
 
     std::string symbol;
+    // For a control of the plug-in's own: its name and description for people (a catalogue
+    // parameter's come from the catalogue).
+    std::string name;
+    std::string comment;
     // The catalogue parameter this port sets on the node, or nullptr for a control of the
     // plug-in's own.
     const extensions::audioeffects::NodeParameter* parameter = nullptr;
@@ -28,6 +32,11 @@ struct ControlPort {
     // A port of a catalogue parameter, with the catalogue's range and default in the port's
     // unit.
     static ControlPort of(const extensions::audioeffects::NodeParameter& parameter);
+
+    // A switch of the plug-in's own, and a choice among count values 0 to count - 1.
+    static ControlPort toggle(std::string symbol, std::string name, std::string comment, bool on);
+    static ControlPort choice(std::string symbol, std::string name, std::string comment,
+                              unsigned int count, unsigned int defaultValue);
 
     // A value of the catalogue parameter in the port's unit, and back. For milliseconds the
     // way back is one float division by 1000, which gives every whole number of milliseconds

@@ -13,6 +13,8 @@
 #include <ostrana/sdk/XVAnyMap.h>
 
 #include "FlushDenormals.h"
+#include "NoteDivision.h"
+#include "PluginList.h"
 
 namespace ostrana::lv2 {
 
@@ -50,16 +52,17 @@ bool overlap(const float* a, const float* b, std::uint32_t frames) {
 
 }  // namespace
 
-std::unique_ptr<EffectPlugin> EffectPlugin::create(const PluginVariant& variant,
-                                                   double sampleRate) {
+std::unique_ptr<EffectPlugin> EffectPlugin::create(const PluginVariant& variant, double sampleRate,
+                                                   const LV2_Feature* const* features) {
     const unsigned int rate = wholeSampleRate(sampleRate);
     if (rate == 0) return nullptr;
-    std::unique_ptr<EffectPlugin> plugin(new EffectPlugin(variant, rate));
+    std::unique_ptr<EffectPlugin> plugin(new EffectPlugin(variant, rate, features));
     if (!plugin->adoptNode(plugin->makeNode())) return nullptr;
     return plugin;
 }
 
-EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate)
+EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate,
+                           const LV2_Feature* const* features)
     : variant_(variant),
       sampleRate_(sampleRate),
       inputs_(variant.inputs, nullptr),
@@ -69,6 +72,10 @@ EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate
       sentControls_(variant.controls.size(), 0.0f),
       switchIndex_(variant.controls.size()),
       fade_(sampleRate),
+      tempo_(features),
+      syncIndex_(controlIndex("sync")),
+      divisionIndex_(controlIndex("division")),
+      delayTimeIndex_(controlIndex(PluginList::kDelayTime)),
       scratch_(variant.channels, kChunkFrames, sampleRate),
       inputViewList_{&inputView_},
       outputViewList_{&outputView_},
@@ -83,6 +90,13 @@ EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate
 }
 
 EffectPlugin::~EffectPlugin() = default;
+
+std::size_t EffectPlugin::controlIndex(std::string_view symbol) const {
+    for (std::size_t index = 0; index < variant_.controls.size(); ++index) {
+        if (variant_.controls[index].symbol == symbol) return index;
+    }
+    return variant_.controls.size();
+}
 
 std::unique_ptr<Node> EffectPlugin::makeNode() const {
     Result<std::unique_ptr<Node>> created =
@@ -111,8 +125,10 @@ void EffectPlugin::connectPort(std::uint32_t port, void* data) noexcept {
         inputs_[port] = static_cast<float*>(data);
     } else if (port < variant_.controlPort(0)) {
         outputs_[port - variant_.audioOutputPort(0)] = static_cast<float*>(data);
-    } else if (port < variant_.portCount()) {
+    } else if (port < variant_.controlPort(controls_.size())) {
         controls_[port - variant_.controlPort(0)] = static_cast<const float*>(data);
+    } else if (variant_.tempoSync && port == variant_.timePort()) {
+        timeInput_ = static_cast<const LV2_Atom_Sequence*>(data);
     }
 }
 
@@ -123,16 +139,19 @@ void EffectPlugin::activate() {
 
 bool EffectPlugin::portsConnected() const {
     const auto connected = [](const auto* pointer) { return pointer != nullptr; };
+    // The plug-in's own controls may stay unconnected: they then keep their defaults.
+    const std::size_t parameters = variant_.entry->parameters.size();
     return std::all_of(inputs_.begin(), inputs_.end(), connected) &&
            std::all_of(outputs_.begin(), outputs_.end(), connected) &&
-           std::all_of(controls_.begin(), controls_.end(), connected);
+           std::all_of(controls_.begin(), controls_.begin() + parameters, connected);
 }
 
 void EffectPlugin::readControls() noexcept {
     for (std::size_t index = 0; index < controls_.size(); ++index) {
         const ControlPort& port = variant_.controls[index];
         const float previous = controlsSent_ ? portValues_[index] : port.defaultValue;
-        portValues_[index] = port.sanitized(*controls_[index], previous);
+        const float* value = controls_[index];
+        portValues_[index] = value == nullptr ? previous : port.sanitized(*value, previous);
     }
 }
 
@@ -152,7 +171,24 @@ float EffectPlugin::nodeValue(std::size_t control) const noexcept {
     const extensions::audioeffects::NodeParameter& parameter =
         *variant_.controls[control].parameter;
     if (resting_ && feedsBack(parameter)) return asFloat(parameter.minimum);
+    if (control == delayTimeIndex_) {
+        const float synced = syncedDelayTime();
+        if (synced >= 0.0f) return variant_.controls[control].toParameter(synced);
+    }
     return variant_.controls[control].toParameter(portValues_[control]);
+}
+
+float EffectPlugin::syncedDelayTime() const noexcept {
+    if (syncIndex_ == controls_.size() || portValues_[syncIndex_] <= 0.0f || !tempo_.known()) {
+        return -1.0f;
+    }
+    const auto division = static_cast<std::size_t>(portValues_[divisionIndex_]);
+    const double seconds =
+        NoteDivisions::all()[division].seconds(tempo_.beatsPerMinute(), tempo_.beatUnit());
+    // A whole number of milliseconds, within the delay time's range.
+    const ControlPort& delayTime = variant_.controls[delayTimeIndex_];
+    return std::clamp(static_cast<float>(std::round(seconds * 1000.0)), delayTime.minimum,
+                      delayTime.maximum);
 }
 
 void EffectPlugin::sendChangedControls() noexcept {
@@ -220,6 +256,7 @@ void EffectPlugin::crossfadeChunk(std::uint32_t offset, std::uint32_t frames) no
 void EffectPlugin::run(std::uint32_t frames) noexcept {
     if (processor_ == nullptr || !portsConnected()) return;
     const FlushDenormals flushing;
+    if (timeInput_ != nullptr) tempo_.read(*timeInput_);
     readControls();
     followSwitch();
     sendChangedControls();

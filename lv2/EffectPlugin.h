@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include <ostrana/sdk/AudioBus.h>
@@ -10,6 +11,7 @@
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 
 #include "BypassFade.h"
+#include "HostTempo.h"
 #include "PluginVariant.h"
 
 namespace ostrana::lv2 {
@@ -36,7 +38,8 @@ class EffectPlugin {
 
     // An instance at this sample rate rounded to whole hertz, or nullptr when the rate is not
     // finite and positive, or the node cannot be made.
-    static std::unique_ptr<EffectPlugin> create(const PluginVariant& variant, double sampleRate);
+    static std::unique_ptr<EffectPlugin> create(const PluginVariant& variant, double sampleRate,
+                                                const LV2_Feature* const* features);
 
     EffectPlugin(const EffectPlugin&) = delete;
     EffectPlugin& operator=(const EffectPlugin&) = delete;
@@ -49,7 +52,13 @@ class EffectPlugin {
     void run(std::uint32_t frames) noexcept;
 
   private:
-    EffectPlugin(const PluginVariant& variant, unsigned int sampleRate);
+    EffectPlugin(const PluginVariant& variant, unsigned int sampleRate,
+                 const LV2_Feature* const* features);
+    // The index among the controls of the one with this symbol, or the number of controls.
+    std::size_t controlIndex(std::string_view symbol) const;
+    // The delay time a synced delay takes from the host's tempo, in the port's unit; or a
+    // negative number when it is not synced or the host has sent no tempo yet.
+    float syncedDelayTime() const noexcept;
 
     // A new node of the variant's type with its format agreed, or nullptr.
     std::unique_ptr<Node> makeNode() const;
@@ -90,6 +99,14 @@ class EffectPlugin {
     BypassFade fade_;
     // Set once a fade to dry has finished: the feedback is then held off.
     bool resting_ = false;
+
+    // Tempo sync: the time port (optional), the host's tempo read from it, and where the
+    // controls it involves are (the number of controls when the plug-in has none).
+    const LV2_Atom_Sequence* timeInput_ = nullptr;
+    HostTempo tempo_;
+    std::size_t syncIndex_;
+    std::size_t divisionIndex_;
+    std::size_t delayTimeIndex_;
 
     // Views of the port buffers, and a bus of the instance's own to copy the inputs into when
     // an output aliases another channel's input.

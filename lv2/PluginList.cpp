@@ -4,6 +4,8 @@
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
+#include "NoteDivision.h"
+
 namespace ostrana::lv2 {
 
 namespace {
@@ -29,6 +31,21 @@ bool hasMonoToStereo(std::string_view shortName) {
     return false;
 }
 
+// A delay's own controls for tempo sync; the time port follows them.
+void addTempoSync(PluginVariant& variant) {
+    variant.tempoSync = true;
+    variant.controls.push_back(ControlPort::toggle(
+        "sync", "Tempo sync",
+        "On, the delay time follows the host's tempo at the chosen division, once the host has "
+        "sent one; off, the delay time control sets it.",
+        false));
+    variant.controls.push_back(ControlPort::choice(
+        "division", "Division",
+        "The note value the delay time follows when synced to the host's tempo.",
+        static_cast<unsigned int>(NoteDivisions::all().size()),
+        static_cast<unsigned int>(NoteDivisions::defaultIndex())));
+}
+
 PluginVariant makeVariant(const NodeTypeEntry& entry, Layout layout) {
     PluginVariant variant;
     variant.entry = &entry;
@@ -43,6 +60,7 @@ PluginVariant makeVariant(const NodeTypeEntry& entry, Layout layout) {
     for (const auto& parameter : entry.parameters) {
         variant.controls.push_back(ControlPort::of(parameter));
     }
+    if (entry.findParameter(PluginList::kDelayTime) != nullptr) addTempoSync(variant);
     return variant;
 }
 

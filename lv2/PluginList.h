@@ -19,6 +19,8 @@ namespace ostrana::lv2 {
 class PluginList {
   public:
     static constexpr std::string_view kProjectUri = "https://dravolt.com/lv2/ostrana-effects";
+    // The catalogue parameter that tempo sync drives: a node type that has it gets sync.
+    static constexpr std::string_view kDelayTime = "delayMs";
 
     // Built on first use (which allocates), constant afterwards.
     static std::span<const PluginVariant> plugins();

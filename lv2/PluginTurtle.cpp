@@ -2,6 +2,7 @@
 
 #include <cctype>
 
+#include "NoteDivision.h"
 #include "PluginClassTable.h"
 #include "PluginList.h"
 #include "TurtleText.h"
@@ -56,14 +57,34 @@ std::string closePort(std::string lines) {
     return lines + "\n    ]";
 }
 
-// A port's description for people: the parameter's, with its unit as the port shows it.
+// A port's description for people: the parameter's, with its unit as the port shows it, or
+// the plug-in's own control's.
 std::string commentOf(const ControlPort& port) {
+    if (port.parameter == nullptr) return port.comment;
     std::string comment(port.parameter->description);
     if (port.perParameterUnit == 1.0f) return comment;
     const std::string seconds = "in seconds";
     const auto at = comment.find(seconds);
     if (at != std::string::npos) comment.replace(at, seconds.size(), "in milliseconds");
     return comment;
+}
+
+std::string nameOf(const ControlPort& port) {
+    if (port.parameter == nullptr) return port.name;
+    return TurtleText::nameForPeople(*port.parameter);
+}
+
+// The division port's choices, by value.
+std::string scalePointLines(const ControlPort& port) {
+    if (port.symbol != "division") return "";
+    std::string points;
+    const auto divisions = NoteDivisions::all();
+    for (std::size_t index = 0; index < divisions.size(); ++index) {
+        points += std::string(points.empty() ? "" : " , ") + "[\n            rdfs:label " +
+                  TurtleText::literal(divisions[index].label) + " ;\n            rdf:value " +
+                  std::to_string(index) + "\n        ]";
+    }
+    return "        lv2:portProperty lv2:enumeration ;\n        lv2:scalePoint " + points + " ;\n";
 }
 
 }  // namespace
@@ -106,6 +127,8 @@ std::string PluginTurtle::plugin(const PluginVariant& variant, const BundleVersi
     text += "    lv2:minorVersion " + std::to_string(2 * version.minor) + " ;\n";
     text += "    lv2:microVersion " + std::to_string(version.micro) + " ;\n";
     text += "    lv2:optionalFeature lv2:hardRTCapable ;\n";
+    // The tempo of a synced delay comes in atoms, whose types the host's map names.
+    if (variant.tempoSync) text += "    lv2:optionalFeature urid:map ;\n";
     text += "    pg:mainInput " + TurtleText::resource(groupUri(variant, true)) + " ;\n";
     text += "    pg:mainOutput " + TurtleText::resource(groupUri(variant, false)) + " ;\n";
     text += "    lv2:port ";
@@ -119,6 +142,7 @@ std::string PluginTurtle::plugin(const PluginVariant& variant, const BundleVersi
     for (std::size_t index = 0; index < variant.controls.size(); ++index) {
         ports += " , " + controlPort(variant, index);
     }
+    if (variant.tempoSync) ports += " , " + timePort(variant);
     return text + ports + " .\n\n";
 }
 
@@ -161,18 +185,29 @@ std::string PluginTurtle::audioPort(const PluginVariant& variant, bool input,
 
 std::string PluginTurtle::controlPort(const PluginVariant& variant, std::size_t index) {
     const ControlPort& port = variant.controls[index];
-    const NodeParameter& definition = *port.parameter;
+    const bool isOnOffSwitch =
+        port.parameter != nullptr && port.parameter == variant.entry->onOffSwitch();
     std::string lines = "[\n        a lv2:ControlPort, lv2:InputPort ;\n";
     lines += "        lv2:index " + std::to_string(variant.controlPort(index)) + " ;\n";
     lines += "        lv2:symbol " + TurtleText::literal(port.symbol) + " ;\n";
-    lines +=
-        "        lv2:name " + TurtleText::literal(TurtleText::nameForPeople(definition)) + " ;\n";
+    lines += "        lv2:name " + TurtleText::literal(nameOf(port)) + " ;\n";
     lines += "        rdfs:comment " + TurtleText::literal(commentOf(port)) + " ;\n";
     lines += "        lv2:default " + TurtleText::number(port, port.defaultValue) + " ;\n";
     lines += "        lv2:minimum " + TurtleText::number(port, port.minimum) + " ;\n";
     lines += "        lv2:maximum " + TurtleText::number(port, port.maximum) + " ;\n";
-    lines += unitLine(port) + propertyLines(port, &definition == variant.entry->onOffSwitch());
+    lines += unitLine(port) + propertyLines(port, isOnOffSwitch) + scalePointLines(port);
     return closePort(lines);
+}
+
+std::string PluginTurtle::timePort(const PluginVariant& variant) {
+    return closePort(
+        "[\n        a atom:AtomPort, lv2:InputPort ;\n        lv2:index " +
+        std::to_string(variant.timePort()) +
+        " ;\n        lv2:symbol \"time\" ;\n        lv2:name \"Host time\" ;\n"
+        "        rdfs:comment \"The host's tempo (time:Position), which the delay time follows "
+        "when sync is on.\" ;\n        atom:bufferType atom:Sequence ;\n"
+        "        atom:supports time:Position ;\n"
+        "        lv2:portProperty lv2:connectionOptional ;\n");
 }
 
 }  // namespace ostrana::lv2

@@ -30,7 +30,9 @@ class PluginTurtle {
     static std::string groupUri(const PluginVariant& variant, bool input);
     static std::string groups(const PluginVariant& variant);
     static std::string audioPort(const PluginVariant& variant, bool input, unsigned int channel);
-    static std::string controlPort(const PluginVariant& variant, std::size_t parameter);
+    static std::string controlPort(const PluginVariant& variant, std::size_t index);
+    // A synced delay's atom input, on which the host sends time:Position.
+    static std::string timePort(const PluginVariant& variant);
 };
 
 }  // namespace ostrana::lv2

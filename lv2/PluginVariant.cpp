@@ -11,7 +11,7 @@ constexpr std::string_view kNameSuffixes[] = {" L", " R"};
 }  // namespace
 
 std::uint32_t PluginVariant::portCount() const {
-    return controlPort(controls.size());
+    return controlPort(controls.size()) + (tempoSync ? 1 : 0);
 }
 
 std::string PluginVariant::audioPortSymbol(bool input, unsigned int channel) const {

@@ -31,14 +31,18 @@ std::vector<std::string> camelCaseWords(std::string_view name) {
 }  // namespace
 
 std::string TurtleText::prefixes() {
-    return "@prefix doap:  <http://usefulinc.com/ns/doap#> .\n"
+    return "@prefix atom:  <http://lv2plug.in/ns/ext/atom#> .\n"
+           "@prefix doap:  <http://usefulinc.com/ns/doap#> .\n"
            "@prefix foaf:  <http://xmlns.com/foaf/0.1/> .\n"
            "@prefix lv2:   <http://lv2plug.in/ns/lv2core#> .\n"
            "@prefix pg:    <http://lv2plug.in/ns/ext/port-groups#> .\n"
            "@prefix pprop: <http://lv2plug.in/ns/ext/port-props#> .\n"
            "@prefix pset:  <http://lv2plug.in/ns/ext/presets#> .\n"
+           "@prefix rdf:   <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .\n"
            "@prefix rdfs:  <http://www.w3.org/2000/01/rdf-schema#> .\n"
-           "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n\n";
+           "@prefix time:  <http://lv2plug.in/ns/ext/time#> .\n"
+           "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n"
+           "@prefix urid:  <http://lv2plug.in/ns/ext/urid#> .\n\n";
 }
 
 std::string TurtleText::literal(std::string_view text) {

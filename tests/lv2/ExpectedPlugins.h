@@ -19,6 +19,16 @@ struct ExpectedPlugin {
     // The audio inputs: channels, or 1 for mono-to-stereo.
     unsigned int inputs = 0;
 
+    // A delay follows the host's tempo: after the catalogue's controls come two of its own,
+    // sync and division, and an atom input, time.
+    bool hasTempoSync() const { return entry->findParameter("delayMs") != nullptr; }
+    std::size_t controlInputs() const {
+        return entry->parameters.size() + (hasTempoSync() ? 2 : 0);
+    }
+    std::size_t portCount() const {
+        return inputs + channels + controlInputs() + (hasTempoSync() ? 1 : 0);
+    }
+
     std::string label() const;  // "delay_mono", "chorus_mono_stereo", for test names
 };
 

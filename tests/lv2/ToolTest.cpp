@@ -92,7 +92,7 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
     const std::string& text = result.out;
     const std::string turtle = fx::testing::readBytes(described);
     const ExpectedPlugin& plugin = GetParam();
-    const std::size_t ports = plugin.inputs + plugin.channels + plugin.entry->parameters.size();
+    const std::size_t ports = plugin.portCount();
     for (std::size_t index = 0; index < ports; ++index) {
         EXPECT_NE(text.find("Port " + std::to_string(index) + ":"), std::string::npos) << index;
     }
