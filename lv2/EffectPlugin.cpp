@@ -29,11 +29,9 @@ unsigned int wholeSampleRate(double sampleRate) {
     return usable ? std::max(1u, static_cast<unsigned int>(std::lround(sampleRate))) : 0;
 }
 
-// A parameter that feeds a line's output back into it; held at its minimum while the plug-in
+// The parameter that feeds a line's output back into it; held at its minimum while the plug-in
 // is bypassed, so that the lines empty.
-bool feedsBack(const extensions::audioeffects::NodeParameter& parameter) {
-    return parameter.name == "feedbackLevel";
-}
+constexpr std::string_view kFeedback = "feedbackLevel";
 
 float asFloat(const extensions::audioeffects::ParameterValue& value) {
     return std::visit([](auto v) { return static_cast<float>(v); }, value);
@@ -68,6 +66,7 @@ EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate
       inputs_(variant.inputs, nullptr),
       outputs_(variant.channels, nullptr),
       controls_(variant.controls.size(), nullptr),
+      rawControls_(variant.controls.size(), 0.0f),
       portValues_(variant.controls.size(), 0.0f),
       sentControls_(variant.controls.size(), 0.0f),
       switchIndex_(variant.controls.size()),
@@ -76,6 +75,7 @@ EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate
       syncIndex_(controlIndex("sync")),
       divisionIndex_(controlIndex("division")),
       delayTimeIndex_(controlIndex(PluginList::kDelayTime)),
+      feedbackIndex_(controlIndex(kFeedback)),
       scratch_(variant.channels, kChunkFrames, sampleRate),
       inputViewList_{&inputView_},
       outputViewList_{&outputView_},
@@ -146,13 +146,20 @@ bool EffectPlugin::portsConnected() const {
            std::all_of(controls_.begin(), controls_.begin() + parameters, connected);
 }
 
-void EffectPlugin::readControls() noexcept {
+bool EffectPlugin::readControls() noexcept {
+    bool changed = !controlsSent_;
     for (std::size_t index = 0; index < controls_.size(); ++index) {
         const ControlPort& port = variant_.controls[index];
-        const float previous = controlsSent_ ? portValues_[index] : port.defaultValue;
         const float* value = controls_[index];
-        portValues_[index] = value == nullptr ? previous : port.sanitized(*value, previous);
+        const float raw = value == nullptr ? port.defaultValue : *value;
+        // A value read before stands for what it stood for then.
+        if (controlsSent_ && sameBits(raw, rawControls_[index])) continue;
+        rawControls_[index] = raw;
+        const float previous = controlsSent_ ? portValues_[index] : port.defaultValue;
+        portValues_[index] = port.sanitized(raw, previous);
+        changed = true;
     }
+    return changed;
 }
 
 void EffectPlugin::followSwitch() noexcept {
@@ -168,9 +175,9 @@ void EffectPlugin::followSwitch() noexcept {
 }
 
 float EffectPlugin::nodeValue(std::size_t control) const noexcept {
-    const extensions::audioeffects::NodeParameter& parameter =
-        *variant_.controls[control].parameter;
-    if (resting_ && feedsBack(parameter)) return asFloat(parameter.minimum);
+    if (resting_ && control == feedbackIndex_) {
+        return asFloat(variant_.controls[control].parameter->minimum);
+    }
     if (control == delayTimeIndex_) {
         const float synced = syncedDelayTime();
         if (synced >= 0.0f) return variant_.controls[control].toParameter(synced);
@@ -256,10 +263,14 @@ void EffectPlugin::crossfadeChunk(std::uint32_t offset, std::uint32_t frames) no
 void EffectPlugin::run(std::uint32_t frames) noexcept {
     if (processor_ == nullptr || !portsConnected()) return;
     const FlushDenormals flushing;
-    if (timeInput_ != nullptr) tempo_.read(*timeInput_);
-    readControls();
+    // The node's values change only with a control, the host's tempo or the bypass's rest.
+    const bool tempoChanged = timeInput_ != nullptr && tempo_.read(*timeInput_);
+    const bool controlsChanged = readControls();
     followSwitch();
-    sendChangedControls();
+    if (controlsChanged || tempoChanged || resting_ != sentResting_) {
+        sendChangedControls();
+        sentResting_ = resting_;
+    }
     if (frames == 0) return;
     nodeHasRun_ = true;
     // A fade needs the dry input after the node has written the outputs.

@@ -64,7 +64,8 @@ class EffectPlugin {
     std::unique_ptr<Node> makeNode() const;
     bool adoptNode(std::unique_ptr<Node> node);
     bool portsConnected() const;
-    void readControls() noexcept;
+    // Reads the control ports; whether any value differs from the last run's.
+    bool readControls() noexcept;
     void followSwitch() noexcept;
     // The value the node is given for the control at this index (not the switch).
     float nodeValue(std::size_t control) const noexcept;
@@ -88,8 +89,9 @@ class EffectPlugin {
     std::vector<float*> inputs_;
     std::vector<float*> outputs_;
     std::vector<const float*> controls_;
-    // The controls' values as the plug-in takes them (sanitised), and the values last passed
-    // to the node; both valid once controlsSent_ is set.
+    // The controls' values as read from the ports, as the plug-in takes them (sanitised), and
+    // as last passed to the node; all valid once controlsSent_ is set.
+    std::vector<float> rawControls_;
     std::vector<float> portValues_;
     std::vector<float> sentControls_;
     bool controlsSent_ = false;
@@ -97,8 +99,10 @@ class EffectPlugin {
     // The index of the on/off switch among the controls, or the number of controls.
     std::size_t switchIndex_;
     BypassFade fade_;
-    // Set once a fade to dry has finished: the feedback is then held off.
+    // Set once a fade to dry has finished: the feedback is then held off. The node's values
+    // were last sent with sentResting_.
     bool resting_ = false;
+    bool sentResting_ = false;
 
     // Tempo sync: the time port (optional), the host's tempo read from it, and where the
     // controls it involves are (the number of controls when the plug-in has none).
@@ -107,6 +111,7 @@ class EffectPlugin {
     std::size_t syncIndex_;
     std::size_t divisionIndex_;
     std::size_t delayTimeIndex_;
+    std::size_t feedbackIndex_;
 
     // Views of the port buffers, and a bus of the instance's own to copy the inputs into when
     // an output aliases another channel's input.

@@ -37,14 +37,18 @@ HostTempo::HostTempo(const LV2_Feature* const* features) {
     mapped_ = true;
 }
 
-void HostTempo::read(const LV2_Atom_Sequence& sequence) noexcept {
-    if (!mapped_) return;
+bool HostTempo::read(const LV2_Atom_Sequence& sequence) noexcept {
+    if (!mapped_) return false;
+    bool positioned = false;
     LV2_ATOM_SEQUENCE_FOREACH(&sequence, event) {
         const LV2_Atom& atom = event->body;
         if (atom.type != atomObject_ && atom.type != atomBlank_) continue;
         const auto& object = reinterpret_cast<const LV2_Atom_Object&>(atom);
-        if (object.body.otype == timePosition_) readPosition(object);
+        if (object.body.otype != timePosition_) continue;
+        readPosition(object);
+        positioned = true;
     }
+    return positioned;
 }
 
 void HostTempo::readPosition(const LV2_Atom_Object& position) noexcept {

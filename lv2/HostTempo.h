@@ -13,8 +13,8 @@ class HostTempo {
     explicit HostTempo(const LV2_Feature* const* features);
 
     // Reads every time:Position object of a sequence, keeping the last tempo and beat unit
-    // given. Never allocates.
-    void read(const LV2_Atom_Sequence& sequence) noexcept;
+    // given; whether there was one. Never allocates.
+    bool read(const LV2_Atom_Sequence& sequence) noexcept;
     bool known() const { return beatsPerMinute_ > 0.0; }
     double beatsPerMinute() const { return beatsPerMinute_; }
     double beatUnit() const { return beatUnit_; }
