@@ -15,7 +15,8 @@ constexpr const char* kProjectUri = "https://dravolt.com/lv2/ostrana-effects/";
 std::string ExpectedPlugin::label() const {
     std::string name(entry->shortName);
     for (char& c : name) c = c == '-' ? '_' : c;
-    if (inputs == 1) name += channels == 1 ? "_mono" : "_mono_stereo";
+    if (channels == 1) name += "_mono";
+    if (monoToStereo) name += "_mono_stereo";
     return name;
 }
 
@@ -23,10 +24,10 @@ std::vector<ExpectedPlugin> expectedPlugins() {
     std::vector<ExpectedPlugin> plugins;
     for (const auto& entry : extensions::audioeffects::EffectCatalogue::nodeTypes()) {
         const std::string uri = kProjectUri + std::string(entry.shortName);
-        if (entry.acceptsChannels(2)) plugins.push_back({&entry, 2, uri, 2});
-        if (entry.minChannels == 1) plugins.push_back({&entry, 1, uri + "-mono", 1});
+        if (entry.acceptsChannels(2)) plugins.push_back({&entry, 2, uri});
+        if (entry.minChannels == 1) plugins.push_back({&entry, 1, uri + "-mono"});
         if (entry.acceptsChannels(2) && entry.shortName != "delay") {
-            plugins.push_back({&entry, 2, uri + "-mono-stereo", 1});
+            plugins.push_back({&entry, 2, uri + "-mono-stereo", true});
         }
     }
     return plugins;

@@ -16,8 +16,11 @@ struct ExpectedPlugin {
     const extensions::audioeffects::NodeTypeEntry* entry = nullptr;
     unsigned int channels = 0;
     std::string uri;
+    // One input fed to both channels.
+    bool monoToStereo = false;
+
     // The audio inputs: channels, or 1 for mono-to-stereo.
-    unsigned int inputs = 0;
+    unsigned int inputs() const { return monoToStereo ? 1 : channels; }
 
     // A delay follows the host's tempo: after the catalogue's controls come two of its own,
     // sync and division, and an atom input, time.
@@ -26,7 +29,7 @@ struct ExpectedPlugin {
         return entry->parameters.size() + (hasTempoSync() ? 2 : 0);
     }
     std::size_t portCount() const {
-        return inputs + channels + controlInputs() + (hasTempoSync() ? 1 : 0);
+        return inputs() + channels + controlInputs() + (hasTempoSync() ? 1 : 0);
     }
 
     std::string label() const;  // "delay_mono", "chorus_mono_stereo", for test names

@@ -164,7 +164,7 @@ void expectNothingFromBeforeTheBypass(const ExpectedPlugin& expected, const Sett
     Channels later = asHeard(expected, makeInput(expected.channels, total, kSampleRate));
     for (std::size_t frame = 0; frame < burstEnd; ++frame) {
         for (unsigned int channel = 0; channel < expected.channels; ++channel) {
-            burst[channel][frame] = channel < expected.inputs ? noise(random) : burst[0][frame];
+            burst[channel][frame] = channel < expected.inputs() ? noise(random) : burst[0][frame];
             later[channel][frame] = 0.0f;
         }
     }

@@ -30,9 +30,9 @@ PluginInstance::PluginInstance(const BundleWorld& world, const ExpectedPlugin& e
         ADD_FAILURE() << "no plug-in " << expected.uri;
         return;
     }
-    for (unsigned int channel = 0; channel < expected.inputs; ++channel) {
+    for (unsigned int channel = 0; channel < expected.inputs(); ++channel) {
         inputPorts_.push_back(
-            portIndex(world, plugin, audioSymbol("in", expected.inputs, channel)));
+            portIndex(world, plugin, audioSymbol("in", expected.inputs(), channel)));
     }
     for (unsigned int channel = 0; channel < expected.channels; ++channel) {
         outputPorts_.push_back(

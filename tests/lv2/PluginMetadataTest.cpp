@@ -151,7 +151,7 @@ TEST_P(PluginMetadata, AudioPortsFormTheMainInputAndOutputGroups) {
         LilvNode* group = pluginValue(kPg + (input ? "mainInput" : "mainOutput"));
         ASSERT_NE(group, nullptr);
         const std::vector<const LilvPort*> ports = audioPorts(input);
-        const unsigned int count = input ? expected.inputs : expected.channels;
+        const unsigned int count = input ? expected.inputs() : expected.channels;
         ASSERT_EQ(ports.size(), count);
         EXPECT_TRUE(isA(group, kPg + (count == 2 ? "StereoGroup" : "MonoGroup")));
         EXPECT_TRUE(isA(group, kPg + (input ? "InputGroup" : "OutputGroup")));

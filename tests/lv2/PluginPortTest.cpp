@@ -93,7 +93,8 @@ TEST_P(PluginData, HasAnAudioPortPerChannelEachWayAndAControlPortPerParameter) {
     const LilvNode* input = world_.uri(lv2("InputPort"));
     const LilvNode* output = world_.uri(lv2("OutputPort"));
     const LilvNode* control = world_.uri(lv2("ControlPort"));
-    EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, audio, input, nullptr), expected.inputs);
+    EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, audio, input, nullptr),
+              expected.inputs());
     EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, audio, output, nullptr),
               expected.channels);
     EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, control, input, nullptr),

@@ -51,7 +51,7 @@ class SyncedDelay {
         instance_ = lilv_plugin_instantiate(plugin_, rate, features);
         if (instance_ == nullptr) return;
         controls_.resize(lilv_plugin_get_num_ports(plugin_), 0.0f);
-        in_.assign(expected.inputs, std::vector<float>(kBlock, 0.0f));
+        in_.assign(expected.inputs(), std::vector<float>(kBlock, 0.0f));
         out_.assign(expected.channels, std::vector<float>(kBlock, 0.0f));
         for (std::uint32_t index = 0; index < lilv_plugin_get_num_ports(plugin_); ++index) {
             connect(index, connectTime);

@@ -37,7 +37,7 @@ Channels ReferenceNode::process(const Channels& input, std::size_t offset, unsig
     }
     Channels output(plugin_.channels, std::vector<float>(frames));
     for (unsigned int channel = 0; channel < plugin_.channels; ++channel) {
-        const auto& heard = input[plugin_.inputs == 1 ? 0 : channel];
+        const auto& heard = input[plugin_.monoToStereo ? 0 : channel];
         std::copy_n(heard.begin() + static_cast<std::ptrdiff_t>(offset), frames,
                     in_.buffer.getChannel(channel));
     }
@@ -52,7 +52,7 @@ Channels ReferenceNode::process(const Channels& input, std::size_t offset, unsig
 }
 
 Channels asHeard(const ExpectedPlugin& plugin, Channels input) {
-    if (plugin.inputs == 1) {
+    if (plugin.monoToStereo) {
         for (auto& channel : input) channel = input[0];
     }
     return input;

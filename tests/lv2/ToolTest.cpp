@@ -181,11 +181,11 @@ TEST_P(Lv2Apply, IsBitIdenticalToOstranaFxAtBlockOne) {
     std::vector<float> pluginInput;
     for (std::size_t frame = 0; frame < planar[0].size(); ++frame) {
         for (const auto& channel : planar) interleaved.push_back(channel[frame]);
-        for (unsigned int channel = 0; channel < plugin.inputs; ++channel) {
+        for (unsigned int channel = 0; channel < plugin.inputs(); ++channel) {
             pluginInput.push_back(planar[channel][frame]);
         }
     }
-    WavFile::write(input, plugin.inputs, 48000, pluginInput, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    WavFile::write(input, plugin.inputs(), 48000, pluginInput, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
     const std::string nodeInput = directory.file("node-in.wav");
     WavFile::write(nodeInput, plugin.channels, 48000, interleaved, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
 
