@@ -12,7 +12,8 @@ std::string ManifestTurtle::text(const std::string& binaryFileName) {
     for (const PluginVariant& plugin : PluginList::plugins()) {
         text += TurtleText::resource(plugin.uri) + "\n    a lv2:Plugin ;\n    lv2:binary " +
                 TurtleText::resource(binaryFileName) + " ;\n    rdfs:seeAlso " +
-                TurtleText::resource(PluginTurtle::kFileName) + " .\n\n";
+                TurtleText::resource(PluginTurtle::kFileName) + " , " +
+                TurtleText::resource(PresetTurtle::kFileName) + " .\n\n";
     }
     for (const FactoryPreset& preset : FactoryPresetTable::all()) {
         const std::string plugins = PresetTurtle::appliesTo(preset);

@@ -17,10 +17,10 @@ EffectPlugin* pluginOf(LV2_Handle instance) {
 const std::vector<LV2_Descriptor>& descriptors();
 
 LV2_Handle instantiate(const LV2_Descriptor* descriptor, double sampleRate,
-                       const char* /*bundlePath*/, const LV2_Feature* const* /*features*/) {
+                       const char* /*bundlePath*/, const LV2_Feature* const* features) {
     try {
         const auto index = static_cast<std::size_t>(descriptor - descriptors().data());
-        return EffectPlugin::create(PluginList::plugins()[index], sampleRate).release();
+        return EffectPlugin::create(PluginList::plugins()[index], sampleRate, features).release();
     } catch (const std::exception&) {
         return nullptr;
     }

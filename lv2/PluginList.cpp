@@ -4,6 +4,8 @@
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
+#include "NoteDivision.h"
+
 namespace ostrana::lv2 {
 
 namespace {
@@ -11,24 +13,67 @@ namespace {
 using extensions::audioeffects::EffectCatalogue;
 using extensions::audioeffects::NodeTypeEntry;
 
-// The channel counts a plug-in is made for, in the order they are listed.
-constexpr unsigned int kChannelCounts[] = {2, 1};
+// The plug-ins made for each node type: (channels, inputs), in the order they are listed.
+struct Layout {
+    unsigned int channels;
+    unsigned int inputs;
+};
+constexpr Layout kLayouts[] = {{2, 2}, {1, 1}, {2, 1}};
 
-PluginVariant makeVariant(const NodeTypeEntry& entry, unsigned int channels) {
+// The effects that get a mono-to-stereo plug-in: those whose two channels differ for the same
+// input. The plain delay echoes each channel alike, so one input would give two equal outputs.
+constexpr std::string_view kMonoToStereo[] = {"ping-pong-delay", "vibrato", "flanger", "chorus"};
+
+bool hasMonoToStereo(std::string_view shortName) {
+    for (std::string_view name : kMonoToStereo) {
+        if (name == shortName) return true;
+    }
+    return false;
+}
+
+// A delay's own controls for tempo sync; the time port follows them.
+void addTempoSync(PluginVariant& variant) {
+    variant.tempoSync = true;
+    variant.controls.push_back(ControlPort::toggle(
+        "sync", "Tempo sync",
+        "On, the delay time follows the host's tempo at the chosen division, once the host has "
+        "sent one; off, the delay time control sets it.",
+        false));
+    variant.controls.push_back(ControlPort::choice(
+        "division", "Division",
+        "The note value the delay time follows when synced to the host's tempo.",
+        static_cast<unsigned int>(NoteDivisions::all().size()),
+        static_cast<unsigned int>(NoteDivisions::defaultIndex())));
+}
+
+PluginVariant makeVariant(const NodeTypeEntry& entry, Layout layout) {
     PluginVariant variant;
     variant.entry = &entry;
-    variant.channels = channels;
+    variant.channels = layout.channels;
+    variant.inputs = layout.inputs;
     variant.typeName = entry.typeName();
-    variant.uri = PluginList::uriOf(entry.shortName, channels);
-    variant.name = "Ostrana " + entry.displayName() + (channels == 1 ? " (mono)" : "");
+    variant.uri = PluginList::uriOf(entry.shortName, layout.channels, layout.inputs);
+    const char* suffix = layout.channels == 1 ? " (mono)"
+                         : layout.inputs == 1 ? " (mono to stereo)"
+                                              : "";
+    variant.name = "Ostrana " + entry.displayName() + suffix;
+    for (const auto& parameter : entry.parameters) {
+        variant.controls.push_back(ControlPort::of(parameter));
+    }
+    if (entry.findParameter(PluginList::kDelayTime) != nullptr) addTempoSync(variant);
     return variant;
+}
+
+bool makesPlugin(const NodeTypeEntry& entry, Layout layout) {
+    if (!entry.acceptsChannels(layout.channels)) return false;
+    return layout.inputs == layout.channels || hasMonoToStereo(entry.shortName);
 }
 
 std::vector<PluginVariant> makePlugins() {
     std::vector<PluginVariant> plugins;
     for (const NodeTypeEntry& entry : EffectCatalogue::nodeTypes()) {
-        for (unsigned int channels : kChannelCounts) {
-            if (entry.acceptsChannels(channels)) plugins.push_back(makeVariant(entry, channels));
+        for (Layout layout : kLayouts) {
+            if (makesPlugin(entry, layout)) plugins.push_back(makeVariant(entry, layout));
         }
     }
     return plugins;
@@ -48,11 +93,12 @@ const PluginVariant* PluginList::find(std::string_view uri) {
     return nullptr;
 }
 
-std::string PluginList::uriOf(std::string_view shortName, unsigned int channels) {
+std::string PluginList::uriOf(std::string_view shortName, unsigned int channels,
+                              unsigned int inputs) {
     std::string uri(kProjectUri);
     uri += '/';
     uri += shortName;
-    if (channels == 1) uri += "-mono";
+    if (inputs == 1) uri += channels == 1 ? "-mono" : "-mono-stereo";
     return uri;
 }
 

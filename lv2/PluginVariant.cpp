@@ -11,18 +11,18 @@ constexpr std::string_view kNameSuffixes[] = {" L", " R"};
 }  // namespace
 
 std::uint32_t PluginVariant::portCount() const {
-    return controlPort(entry->parameters.size());
+    return controlPort(controls.size()) + (tempoSync ? 1 : 0);
 }
 
 std::string PluginVariant::audioPortSymbol(bool input, unsigned int channel) const {
     std::string symbol = input ? "in" : "out";
-    if (channels > 1) symbol += kSymbolSuffixes[channel];
+    if ((input ? inputs : channels) > 1) symbol += kSymbolSuffixes[channel];
     return symbol;
 }
 
 std::string PluginVariant::audioPortName(bool input, unsigned int channel) const {
     std::string name = input ? "In" : "Out";
-    if (channels > 1) name += kNameSuffixes[channel];
+    if ((input ? inputs : channels) > 1) name += kNameSuffixes[channel];
     return name;
 }
 

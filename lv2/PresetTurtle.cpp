@@ -1,6 +1,7 @@
 #include "PresetTurtle.h"
 
 #include <stdexcept>
+#include <variant>
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
@@ -30,6 +31,15 @@ ParameterValue valueOf(const FactoryPreset& preset, const NodeParameter& paramet
         return value;
     }
     return parameter.defaultValue;
+}
+
+// The preset's value of one parameter as its port takes it, written as a decimal whatever the
+// port's kind: hosts then load it as a float, as they pass control values.
+std::string portValue(const FactoryPreset& preset, const NodeParameter& parameter) {
+    const ControlPort port = ControlPort::of(parameter);
+    const float value =
+        std::visit([](auto v) { return static_cast<float>(v); }, valueOf(preset, parameter));
+    return TurtleText::decimal(port.toPort(value));
 }
 
 void checkNamesExist(const FactoryPreset& preset, const NodeTypeEntry& entry) {
@@ -75,7 +85,7 @@ std::string PresetTurtle::preset(const FactoryPreset& preset) {
     for (const NodeParameter& parameter : entry.parameters) {
         ports += (ports.empty() ? "" : " , ") + std::string("[\n        lv2:symbol ") +
                  TurtleText::literal(parameter.name) + " ;\n        pset:value " +
-                 TurtleText::number(valueOf(preset, parameter)) + "\n    ]";
+                 portValue(preset, parameter) + "\n    ]";
     }
     return text + ports + " .\n\n";
 }

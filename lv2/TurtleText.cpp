@@ -31,12 +31,18 @@ std::vector<std::string> camelCaseWords(std::string_view name) {
 }  // namespace
 
 std::string TurtleText::prefixes() {
-    return "@prefix doap:  <http://usefulinc.com/ns/doap#> .\n"
+    return "@prefix atom:  <http://lv2plug.in/ns/ext/atom#> .\n"
+           "@prefix doap:  <http://usefulinc.com/ns/doap#> .\n"
            "@prefix foaf:  <http://xmlns.com/foaf/0.1/> .\n"
            "@prefix lv2:   <http://lv2plug.in/ns/lv2core#> .\n"
+           "@prefix pg:    <http://lv2plug.in/ns/ext/port-groups#> .\n"
+           "@prefix pprop: <http://lv2plug.in/ns/ext/port-props#> .\n"
            "@prefix pset:  <http://lv2plug.in/ns/ext/presets#> .\n"
+           "@prefix rdf:   <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .\n"
            "@prefix rdfs:  <http://www.w3.org/2000/01/rdf-schema#> .\n"
-           "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n\n";
+           "@prefix time:  <http://lv2plug.in/ns/ext/time#> .\n"
+           "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n"
+           "@prefix urid:  <http://lv2plug.in/ns/ext/urid#> .\n\n";
 }
 
 std::string TurtleText::literal(std::string_view text) {
@@ -55,9 +61,15 @@ std::string TurtleText::resource(std::string_view uri) {
     return text;
 }
 
-std::string TurtleText::number(const ParameterValue& value) {
-    if (const bool* on = std::get_if<bool>(&value)) return *on ? "1" : "0";
-    return extensions::audioeffects::formatValue(value);
+std::string TurtleText::number(const ControlPort& port, float value) {
+    if (port.kind == ControlPort::Kind::Real) return decimal(value);
+    return std::to_string(static_cast<long long>(value));
+}
+
+std::string TurtleText::decimal(float value) {
+    std::string text = extensions::audioeffects::formatValue(value);
+    if (text.find_first_of(".eE") == std::string::npos) text += ".0";
+    return text;
 }
 
 std::string TurtleText::unitName(extensions::audioeffects::ParameterUnit unit) {

@@ -26,7 +26,7 @@ std::string stereoName(const ::testing::TestParamInfo<ExpectedPlugin>& info) {
 std::vector<ExpectedPlugin> stereoPlugins() {
     std::vector<ExpectedPlugin> plugins;
     for (const ExpectedPlugin& plugin : expectedPlugins()) {
-        if (plugin.channels == 2) plugins.push_back(plugin);
+        if (plugin.channels == 2 && plugin.inputs() == 2) plugins.push_back(plugin);
     }
     return plugins;
 }

@@ -30,9 +30,11 @@ PluginInstance::PluginInstance(const BundleWorld& world, const ExpectedPlugin& e
         ADD_FAILURE() << "no plug-in " << expected.uri;
         return;
     }
-    for (unsigned int channel = 0; channel < expected.channels; ++channel) {
+    for (unsigned int channel = 0; channel < expected.inputs(); ++channel) {
         inputPorts_.push_back(
-            portIndex(world, plugin, audioSymbol("in", expected.channels, channel)));
+            portIndex(world, plugin, audioSymbol("in", expected.inputs(), channel)));
+    }
+    for (unsigned int channel = 0; channel < expected.channels; ++channel) {
         outputPorts_.push_back(
             portIndex(world, plugin, audioSymbol("out", expected.channels, channel)));
     }
@@ -40,8 +42,7 @@ PluginInstance::PluginInstance(const BundleWorld& world, const ExpectedPlugin& e
     EXPECT_NE(instance_, nullptr) << expected.uri << " at " << sampleRate << " Hz";
     for (std::size_t index = 0; index < controls_.size(); ++index) {
         const auto& parameter = expected.entry->parameters[index];
-        controls_[index] =
-            std::visit([](auto v) { return static_cast<float>(v); }, parameter.defaultValue);
+        controls_[index] = portValueOf(parameter, parameter.defaultValue);
         const std::uint32_t port = portIndex(world, plugin, std::string(parameter.name));
         if (instance_ != nullptr) lilv_instance_connect_port(instance_, port, &controls_[index]);
     }
@@ -52,7 +53,9 @@ PluginInstance::~PluginInstance() {
 }
 
 void PluginInstance::connectAudio(unsigned int channel, float* input, float* output) {
-    lilv_instance_connect_port(instance_, inputPorts_[channel], input);
+    if (channel < inputPorts_.size()) {
+        lilv_instance_connect_port(instance_, inputPorts_[channel], input);
+    }
     lilv_instance_connect_port(instance_, outputPorts_[channel], output);
 }
 

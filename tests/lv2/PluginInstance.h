@@ -14,7 +14,8 @@ namespace ostrana::lv2::testing {
 // A plug-in instantiated in process through lilv, with one float of its own per control port.
 // Ports are found by symbol: the catalogue's parameter names, and "in"/"out" (one channel) or
 // "in_l", "in_r", "out_l", "out_r" (two). The audio ports are connected by the caller, to
-// buffers of the caller's choice.
+// buffers of the caller's choice; a mono-to-stereo plug-in's one input is channel 0's (the
+// input given for channel 1 is not connected).
 class PluginInstance {
   public:
     // Fails the calling test (and leaves instance() null) when instantiation fails.

@@ -8,6 +8,7 @@
 
 #include "BundleWorld.h"
 #include "ExpectedPlugins.h"
+#include "PluginFixture.h"
 
 namespace ostrana::lv2::testing {
 
@@ -49,21 +50,8 @@ TEST(PluginList, HoldsAStereoPluginPerNodeTypeAndAMonoOnePerOneChannelType) {
     EXPECT_EQ(found, wanted);
 }
 
-class PluginData : public ::testing::TestWithParam<ExpectedPlugin> {
+class PluginData : public PluginFixture {
   protected:
-    BundleWorld world_;
-    const LilvPlugin* plugin_ = nullptr;
-
-    void SetUp() override {
-        plugin_ = world_.plugin(GetParam().uri);
-        ASSERT_NE(plugin_, nullptr);
-    }
-    const LilvPort* port(const std::string& symbol) {
-        LilvNode* node = lilv_new_string(world_.world(), symbol.c_str());
-        const LilvPort* found = lilv_plugin_get_port_by_symbol(plugin_, node);
-        lilv_node_free(node);
-        return found;
-    }
     bool hasProperty(const LilvPort* port, const char* property) {
         return lilv_port_has_property(plugin_, port, world_.uri(lv2(property)));
     }
@@ -100,18 +88,17 @@ TEST_P(PluginData, HasTheClassOfItsEffectAndNeedsNoFeature) {
 
 TEST_P(PluginData, HasAnAudioPortPerChannelEachWayAndAControlPortPerParameter) {
     const ExpectedPlugin& expected = GetParam();
-    EXPECT_EQ(lilv_plugin_get_num_ports(plugin_),
-              2 * expected.channels + expected.entry->parameters.size());
+    EXPECT_EQ(lilv_plugin_get_num_ports(plugin_), expected.portCount());
     const LilvNode* audio = world_.uri(lv2("AudioPort"));
     const LilvNode* input = world_.uri(lv2("InputPort"));
     const LilvNode* output = world_.uri(lv2("OutputPort"));
     const LilvNode* control = world_.uri(lv2("ControlPort"));
     EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, audio, input, nullptr),
-              expected.channels);
+              expected.inputs());
     EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, audio, output, nullptr),
               expected.channels);
     EXPECT_EQ(lilv_plugin_get_num_ports_of_class(plugin_, control, input, nullptr),
-              expected.entry->parameters.size());
+              expected.controlInputs());
 }
 
 TEST_P(PluginData, ControlPortsCarryTheCatalogueRangeDefaultUnitAndKind) {
@@ -127,20 +114,29 @@ TEST_P(PluginData, ControlPortsCarryTheCatalogueRangeDefaultUnitAndKind) {
         lilv_port_get_range(plugin_, found, &defaultValue, &minimum, &maximum);
         ASSERT_TRUE(defaultValue != nullptr && minimum != nullptr && maximum != nullptr);
         // Read as a host reads them, the numbers give the catalogue's values exactly.
-        EXPECT_EQ(parameter.fromNumber(lilv_node_as_float(defaultValue)), parameter.defaultValue);
-        EXPECT_EQ(parameter.fromNumber(lilv_node_as_float(minimum)), parameter.minimum);
-        EXPECT_EQ(parameter.fromNumber(lilv_node_as_float(maximum)), parameter.maximum);
+        // (A parameter in seconds is shown in milliseconds.)
+        EXPECT_EQ(parameterValueOf(parameter, lilv_node_as_float(defaultValue)),
+                  parameter.defaultValue);
+        EXPECT_EQ(parameterValueOf(parameter, lilv_node_as_float(minimum)), parameter.minimum);
+        EXPECT_EQ(parameterValueOf(parameter, lilv_node_as_float(maximum)), parameter.maximum);
         lilv_node_free(defaultValue);
         lilv_node_free(minimum);
         lilv_node_free(maximum);
 
         LilvNodes* units =
             lilv_port_get_value(plugin_, found, world_.uri(std::string(kUnits) + "unit"));
-        if (parameter.unit == ParameterUnit::None) {
-            EXPECT_EQ(lilv_nodes_size(units), 0u);
+        const ParameterUnit unit = portUnitOf(parameter).unit;
+        if (unit == ParameterUnit::None) {
+            // A level is a coefficient; a switch has no unit.
+            const bool level = parameter.kind == ParameterKind::RealNumber;
+            ASSERT_EQ(lilv_nodes_size(units), level ? 1u : 0u);
+            if (level) {
+                EXPECT_EQ(lilv_node_as_uri(lilv_nodes_get_first(units)),
+                          std::string(kUnits) + "coef");
+            }
         } else {
             ASSERT_EQ(lilv_nodes_size(units), 1u);
-            EXPECT_EQ(lilv_node_as_uri(lilv_nodes_get_first(units)), unitUri(parameter.unit));
+            EXPECT_EQ(lilv_node_as_uri(lilv_nodes_get_first(units)), unitUri(unit));
         }
         lilv_nodes_free(units);
         EXPECT_EQ(hasProperty(found, "integer"), parameter.kind == ParameterKind::WholeNumber);

@@ -72,7 +72,7 @@ TEST_P(PluginPresets, EachGivesEveryParameterAValueInItsRange) {
         for (const auto& parameter : GetParam().entry->parameters) {
             const auto value = values.find(std::string(parameter.name));
             ASSERT_NE(value, values.end()) << parameter.name;
-            EXPECT_TRUE(parameter.contains(parameter.fromNumber(value->second)))
+            EXPECT_TRUE(parameter.contains(parameterValueOf(parameter, value->second)))
                 << parameter.name << " = " << value->second;
         }
     }

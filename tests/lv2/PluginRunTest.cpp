@@ -39,9 +39,12 @@ double numberOf(const extensions::audioeffects::ParameterValue& value) {
 }
 
 // The control value of a parameter before a block: it changes every third block, through the
-// default, the maximum, the middle and the minimum of the parameter's range in turn.
+// default, the maximum, the middle and the minimum of the parameter's range in turn. The
+// on/off switch stays on: switching it crossfades to the dry input, which the node does not do
+// (PluginBypassTest covers it).
 float controlValue(const extensions::audioeffects::ParameterDefinition& parameter,
                    std::size_t parameterIndex, std::size_t block) {
+    if (parameter.kind == extensions::audioeffects::ParameterKind::Switch) return 1.0f;
     const double low = numberOf(parameter.minimum);
     const double high = numberOf(parameter.maximum);
     const double choices[] = {numberOf(parameter.defaultValue), high, (low + high) / 2, low};
@@ -144,7 +147,7 @@ TEST_P(PluginRun, MatchesTheNodeBitForBitAndNeverTouchesTheHeap) {
         const auto& parameters = run.plugin.entry->parameters;
         for (std::size_t index = 0; index < parameters.size(); ++index) {
             const float value = controlValue(parameters[index], index, block);
-            plugin.control(index) = value;
+            plugin.control(index) = value * portUnitOf(parameters[index]).perParameterUnit;
             reference.setControl(index, value);
         }
         const std::vector<float*> outputs =
@@ -201,13 +204,26 @@ TEST_P(PluginLifecycle, InstantiatesAtEveryWholeRateAndComputesAsTheNodeThere) {
     }
 }
 
-TEST_P(PluginLifecycle, RefusesARateThatIsNotAWholeNumberOfHertz) {
+TEST_P(PluginLifecycle, RefusesARateThatIsNotFiniteAndPositive) {
     BundleWorld world;
-    for (double rate : {0.0, -48000.0, 44100.5, static_cast<double>(NAN)}) {
+    for (double rate :
+         {0.0, -48000.0, -0.5, static_cast<double>(NAN), static_cast<double>(INFINITY), 1e12}) {
         LilvInstance* instance =
             lilv_plugin_instantiate(world.plugin(GetParam().uri), rate, nullptr);
         EXPECT_EQ(instance, nullptr) << rate;
         if (instance != nullptr) lilv_instance_free(instance);
+    }
+}
+
+TEST_P(PluginLifecycle, TakesAFractionalRateRoundedToWholeHertz) {
+    BundleWorld world;
+    const std::pair<double, unsigned int> rates[] = {
+        {44100.5, 44101}, {48000.0001, 48000}, {47999.6, 48000}, {96000.4999, 96000}};
+    for (const auto& [rate, rounded] : rates) {
+        PluginInstance plugin(world, GetParam(), rate);
+        ASSERT_NE(plugin.instance(), nullptr) << rate;
+        plugin.activate();
+        expectSameAsReference(plugin, GetParam(), rounded, 4096);
     }
 }
 

@@ -37,7 +37,8 @@ Channels ReferenceNode::process(const Channels& input, std::size_t offset, unsig
     }
     Channels output(plugin_.channels, std::vector<float>(frames));
     for (unsigned int channel = 0; channel < plugin_.channels; ++channel) {
-        std::copy_n(input[channel].begin() + static_cast<std::ptrdiff_t>(offset), frames,
+        const auto& heard = input[plugin_.monoToStereo ? 0 : channel];
+        std::copy_n(heard.begin() + static_cast<std::ptrdiff_t>(offset), frames,
                     in_.buffer.getChannel(channel));
     }
     in_.buffer.setNumberOfFrames(frames);
@@ -48,6 +49,13 @@ Channels ReferenceNode::process(const Channels& input, std::size_t offset, unsig
         std::copy_n(out_.buffer.getChannel(channel), frames, output[channel].begin());
     }
     return output;
+}
+
+Channels asHeard(const ExpectedPlugin& plugin, Channels input) {
+    if (plugin.monoToStereo) {
+        for (auto& channel : input) channel = input[0];
+    }
+    return input;
 }
 
 Channels makeInput(unsigned int channels, std::size_t frames, unsigned int sampleRate) {

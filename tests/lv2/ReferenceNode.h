@@ -17,7 +17,8 @@ namespace ostrana::lv2::testing {
 using Channels = std::vector<std::vector<float>>;
 
 // What a plug-in must compute: a node of its type made through the host library, run on its
-// own buses, with every control value written before every block.
+// own buses, with every control value written before every block (a mono-to-stereo plug-in's
+// node given input channel 0 on both channels).
 class ReferenceNode {
   public:
     static constexpr unsigned int kMostFrames = 16384;
@@ -36,6 +37,10 @@ class ReferenceNode {
     AudioBus in_;
     AudioBus out_;
 };
+
+// Input as the plug-in's node hears it: for a mono-to-stereo plug-in, channel 0 on every
+// channel; otherwise as given.
+Channels asHeard(const ExpectedPlugin& plugin, Channels input);
 
 // The input signal of the run tests: noise, sines and impulses, different on each channel.
 Channels makeInput(unsigned int channels, std::size_t frames, unsigned int sampleRate);

@@ -92,7 +92,7 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
     const std::string& text = result.out;
     const std::string turtle = fx::testing::readBytes(described);
     const ExpectedPlugin& plugin = GetParam();
-    const std::size_t ports = 2 * plugin.channels + plugin.entry->parameters.size();
+    const std::size_t ports = plugin.portCount();
     for (std::size_t index = 0; index < ports; ++index) {
         EXPECT_NE(text.find("Port " + std::to_string(index) + ":"), std::string::npos) << index;
     }
@@ -109,11 +109,11 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
             EXPECT_TRUE(std::regex_search(block, match, pattern)) << label << " in " << block;
             return match.empty() ? 0.0 : std::stod(match[1]);
         };
-        EXPECT_EQ(parameter.fromNumber(numberAfter("Minimum")), parameter.minimum);
-        EXPECT_EQ(parameter.fromNumber(numberAfter("Maximum")), parameter.maximum);
-        EXPECT_EQ(parameter.fromNumber(numberAfter("Default")), parameter.defaultValue);
+        EXPECT_EQ(parameterValueOf(parameter, numberAfter("Minimum")), parameter.minimum);
+        EXPECT_EQ(parameterValueOf(parameter, numberAfter("Maximum")), parameter.maximum);
+        EXPECT_EQ(parameterValueOf(parameter, numberAfter("Default")), parameter.defaultValue);
         // lv2info prints no unit; its Turtle description of the plug-in (-p) carries it.
-        std::string unit(unitSymbol(parameter.unit));
+        std::string unit(unitSymbol(portUnitOf(parameter).unit));
         for (char& c : unit) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
         const std::string port = portDescription(turtle, parameter.name);
         ASSERT_FALSE(port.empty()) << turtle;
@@ -127,12 +127,23 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
 
 INSTANTIATE_TEST_SUITE_P(EveryPlugin, Lv2Info, ::testing::ValuesIn(expectedPlugins()), pluginName);
 
-// One setting of a plug-in's parameters, as text both lv2apply and ostrana-fx read.
-using Setting = std::vector<std::pair<std::string, std::string>>;
+// One value of a parameter: its name, the text lv2apply takes for its port (in the port's
+// unit) and the text ostrana-fx takes (in the parameter's).
+struct SettingValue {
+    std::string name;
+    std::string portText;
+    std::string fxText;
+};
+using Setting = std::vector<SettingValue>;
 
-std::string settingText(const NodeParameter& parameter, const ParameterValue& value) {
-    if (parameter.kind == ParameterKind::Switch) return std::get<bool>(value) ? "1" : "0";
-    return extensions::audioeffects::formatValue(value);
+SettingValue settingValue(const NodeParameter& parameter, const ParameterValue& value) {
+    const std::string name(parameter.name);
+    if (parameter.kind == ParameterKind::Switch) {
+        const std::string text = std::get<bool>(value) ? "1" : "0";
+        return {name, text, text};
+    }
+    return {name, extensions::audioeffects::formatValue(portValueOf(parameter, value)),
+            extensions::audioeffects::formatValue(value)};
 }
 
 // The defaults (no value given), every maximum, every minimum (the effect switched off), and
@@ -142,14 +153,13 @@ std::vector<Setting> settingsOf(const ExpectedPlugin& plugin) {
     Setting minima;
     Setting middles;
     for (const NodeParameter& parameter : plugin.entry->parameters) {
-        const std::string name(parameter.name);
-        maxima.emplace_back(name, settingText(parameter, parameter.maximum));
-        minima.emplace_back(name, settingText(parameter, parameter.minimum));
+        maxima.push_back(settingValue(parameter, parameter.maximum));
+        minima.push_back(settingValue(parameter, parameter.minimum));
         const double middle =
             (std::visit([](auto v) { return static_cast<double>(v); }, parameter.minimum) +
              std::visit([](auto v) { return static_cast<double>(v); }, parameter.maximum)) /
             2;
-        middles.emplace_back(name, settingText(parameter, parameter.fromNumber(middle)));
+        middles.push_back(settingValue(parameter, parameter.fromNumber(middle)));
     }
     return {Setting{}, maxima, minima, middles};
 }
@@ -164,12 +174,20 @@ TEST_P(Lv2Apply, IsBitIdenticalToOstranaFxAtBlockOne) {
     const ExpectedPlugin& plugin = GetParam();
     TempDirectory directory;
     const std::string input = directory.file("in.wav");
-    const Channels planar = makeInput(plugin.channels, 72000, 48000);
+    // The plug-in reads a file of its inputs' channels; ostrana-fx the same audio on every
+    // channel of the node (a mono-to-stereo plug-in's one input on both).
+    const Channels planar = asHeard(plugin, makeInput(plugin.channels, 72000, 48000));
     std::vector<float> interleaved;
+    std::vector<float> pluginInput;
     for (std::size_t frame = 0; frame < planar[0].size(); ++frame) {
         for (const auto& channel : planar) interleaved.push_back(channel[frame]);
+        for (unsigned int channel = 0; channel < plugin.inputs(); ++channel) {
+            pluginInput.push_back(planar[channel][frame]);
+        }
     }
-    WavFile::write(input, plugin.channels, 48000, interleaved, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    WavFile::write(input, plugin.inputs(), 48000, pluginInput, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    const std::string nodeInput = directory.file("node-in.wav");
+    WavFile::write(nodeInput, plugin.channels, 48000, interleaved, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
 
     const std::vector<Setting> settings = settingsOf(plugin);
     for (std::size_t index = 0; index < settings.size(); ++index) {
@@ -178,11 +196,11 @@ TEST_P(Lv2Apply, IsBitIdenticalToOstranaFxAtBlockOne) {
         const std::string viaFx = directory.file("fx-" + std::to_string(index) + ".wav");
         std::vector<std::string> apply{"lv2apply", "-i", input, "-o", viaLv2};
         std::vector<std::string> render{
-            OSTRANA_FX_PATH,         "render", input, viaFx, "--quiet", "--tail", "0", "--node",
+            OSTRANA_FX_PATH,         "render", nodeInput, viaFx, "--quiet", "--tail", "0", "--node",
             plugin.entry->typeName()};
-        for (const auto& [name, value] : settings[index]) {
-            apply.insert(apply.end(), {"-c", name, value});
-            render.insert(render.end(), {"--set", name + "=" + value});
+        for (const SettingValue& value : settings[index]) {
+            apply.insert(apply.end(), {"-c", value.name, value.portText});
+            render.insert(render.end(), {"--set", value.name + "=" + value.fxText});
         }
         apply.push_back(plugin.uri);
         render.insert(render.end(), {"--block", "1"});
