@@ -99,8 +99,16 @@ bool JackProbe::waitForPort(const std::string& name, double seconds) {
 }
 
 bool JackProbe::connect(const std::string& source, const std::string& destination) {
-    const int result = jack_connect(client_, source.c_str(), destination.c_str());
-    return result == 0 || result == EEXIST;
+    // A client's ports appear before the client is activated, and JACK refuses connections to
+    // an inactive client: a program that registers more ports (jalv with an atom port) can be
+    // caught in between, so a refused connection is tried again for a while.
+    const auto deadline = after(5);
+    for (;;) {
+        const int result = jack_connect(client_, source.c_str(), destination.c_str());
+        if (result == 0 || result == EEXIST) return true;
+        if (Clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
 }
 
 bool JackProbe::connectThrough(const std::string inputs[2], const std::string outputs[2]) {
