@@ -21,23 +21,36 @@ write_basic_package_version_file(
     ${OSTRANA_GENERATED_DIR}/OstranaAudioEffectsConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES
+    ${PROJECT_SOURCE_DIR}/cmake/OstranaRegisteringLink.cmake
     ${OSTRANA_GENERATED_DIR}/OstranaAudioEffectsConfig.cmake
     ${OSTRANA_GENERATED_DIR}/OstranaAudioEffectsConfigVersion.cmake
     DESTINATION ${OSTRANA_CMAKE_PACKAGE_DIR}
     COMPONENT dev)
 
-# pkg-config files, relocatable: the prefix is found from where the file lies.
-file(RELATIVE_PATH OSTRANA_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
-string(REGEX REPLACE "/$" "" OSTRANA_PC_TO_PREFIX "${OSTRANA_PC_TO_PREFIX}")
+# pkg-config files, written when they are installed, for the prefix they are installed into
+# (cmake --install --prefix, or /usr in the packages): plain absolute paths, which pkg-config
+# prints as they are and leaves out where they are the system's own.
 set(OSTRANA_PC_DL_LIBS "")
 if(CMAKE_DL_LIBS)
     set(OSTRANA_PC_DL_LIBS "-l${CMAKE_DL_LIBS}")
 endif()
+# Linked as needed even where the linker drops unused libraries (OstranaRegisteringLink.cmake);
+# a static library through the symbol that pulls in its registration.
+if(OSTRANA_SHARED_LIBRARIES)
+    set(OSTRANA_PC_EFFECTS_LIBS "-Wl,--push-state,--no-as-needed -lOstranaAudioEffects -Wl,--pop-state")
+else()
+    set(OSTRANA_PC_EFFECTS_LIBS "-Wl,--undefined=${OSTRANA_REGISTERING_SYMBOL} -lOstranaAudioEffects")
+endif()
+set(OSTRANA_PC_PREFIX "@OSTRANA_PC_PREFIX@")  # filled in at install time
 foreach(pc ostrana-sdk ostrana-audioeffects)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/templates/${pc}.pc.in
-        ${OSTRANA_GENERATED_DIR}/${pc}.pc @ONLY)
-    install(FILES ${OSTRANA_GENERATED_DIR}/${pc}.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        ${OSTRANA_GENERATED_DIR}/${pc}.pc.in @ONLY)
+    install(CODE "
+        set(OSTRANA_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
+        configure_file(\"${OSTRANA_GENERATED_DIR}/${pc}.pc.in\"
+            \"${OSTRANA_GENERATED_DIR}/installed/${pc}.pc\" @ONLY)
+        file(INSTALL \"${OSTRANA_GENERATED_DIR}/installed/${pc}.pc\"
+            DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig\")"
         COMPONENT dev)
 endforeach()
 

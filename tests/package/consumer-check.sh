@@ -60,6 +60,13 @@ cmake --build "$work/find-package" --verbose >"$work/find-package.build.log" 2>&
     { cat "$work/find-package.build.log"; fail "the find_package consumer does not build"; }
 check_commands "$work/find-package.build.log"
 check_program "$work/find-package/chorus-host"
+delay_output=$(env -u LD_LIBRARY_PATH "$work/find-package/delay-host")
+echo "$delay_output"
+[ "$delay_output" = "delayMs 10, wetMix 0.5; echo 0.5 at frame 480" ] ||
+    fail "delay-host did not set, process and read back as the README says"
+# The README shows delay-host.cpp whole, as it is built here.
+diff <(sed -n '/^    \/\/ The shortest complete host/,/^    }$/p' "$source_dir/README.md" | sed 's/^    //') \
+    "$source_dir/examples/delay-host.cpp" || fail "the README's host differs from examples/delay-host.cpp"
 
 echo "=== pkg-config consumer against $prefix"
 pkgconfig_dir=$(dirname "$(find "$prefix" -name ostrana-audioeffects.pc -print -quit)")
