@@ -9,18 +9,10 @@
 #   PREFIX   where the tree is installed (holds include/ and the library folder)
 #   SYSROOT  for unpacked packages: the folder that stands for / (the .pc files say /usr)
 set -euo pipefail
-prefix="$1" work="$2" sysroot="${3:-}"
+checker=linking-consumers
+# shellcheck source=pkg-config-of-tree.sh
+source "$(dirname "$0")/pkg-config-of-tree.sh" "$@"
 consumers="$(cd "$(dirname "$0")" && pwd)/consumers"
-mkdir -p "$work"
-
-fail() {
-    echo "linking-consumers: $*" >&2
-    exit 1
-}
-
-pc_file=$(find "$prefix" -name ostrana-audioeffects.pc -print -quit)
-[ -n "$pc_file" ] || fail "no ostrana-audioeffects.pc below $prefix"
-libdir=$(dirname "$(dirname "$pc_file")")
 static=no
 [ -e "$libdir/libOstranaAudioEffects.so" ] || static=yes
 
@@ -64,11 +56,6 @@ for compiler in g++ clang++; do
     echo "=== pkg-config, $compiler"
     build="$work/pkg-config-$compiler"
     mkdir -p "$build"
-    pc_env=(PKG_CONFIG_PATH="$(dirname "$pc_file")")
-    if [ -n "$sysroot" ]; then
-        pc_env+=(PKG_CONFIG_SYSROOT_DIR="$sysroot" PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1
-                 PKG_CONFIG_ALLOW_SYSTEM_LIBS=1)
-    fi
     static_option=()
     [ "$static" = yes ] && static_option=(--static)
     cflags=$(env "${pc_env[@]}" pkg-config --cflags ostrana-audioeffects)
