@@ -136,4 +136,8 @@ set(CPACK_COMPONENT_LV2_DESCRIPTION "exact, real-time-safe audio effects (LV2 pl
 ${OSTRANA_DEB_ABOUT}
 This package holds them as LV2 plug-ins, mono and stereo, for Ardour,
 Carla, Qtractor, jalv and every other LV2 host.")
-include(CPack)
+# A project that adds this one as a subdirectory makes its own packages: no CPackConfig.cmake
+# of ours in its build tree.
+if(PROJECT_IS_TOP_LEVEL)
+    include(CPack)
+endif()
