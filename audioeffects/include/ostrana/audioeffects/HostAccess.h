@@ -5,6 +5,7 @@
 
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/ExtensionManager.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/Result.h>
 

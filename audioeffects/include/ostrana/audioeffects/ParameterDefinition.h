@@ -5,6 +5,7 @@
 #include <variant>
 
 #include <ostrana/audioeffects/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::extensions::audioeffects {
 

@@ -8,6 +8,7 @@
 
 #include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Extension.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/Result.h>
