@@ -17,7 +17,6 @@ if ! grep -qw fma /proc/cpuinfo || ! grep -qw avx2 /proc/cpuinfo; then
 fi
 cflags=$(env "${pc_env[@]}" pkg-config --cflags ostrana-audioeffects)
 libs=$(env "${pc_env[@]}" pkg-config --libs --static ostrana-audioeffects)
-includedir=$(env "${pc_env[@]}" pkg-config --variable=includedir ostrana-audioeffects)
 
 run() { env LD_LIBRARY_PATH="$libdir" "$@"; }
 
@@ -27,7 +26,7 @@ for compiler in g++ clang++; do
         "$compiler" -std=c++20 -O2 $cflags "$source/InlineStepsChecksum.cpp" -o "$work/plain-$compiler" $libs
         "$compiler" -std=c++20 -O2 -march=x86-64-v3 $cflags "$source/InlineStepsChecksum.cpp" \
             -o "$work/v3-$compiler" $libs
-        "$compiler" -std=c++20 -O2 -march=x86-64-v3 -I"$sysroot$includedir" \
+        "$compiler" -std=c++20 -O2 -march=x86-64-v3 -I"$prefix/include" \
             "$source/InlineStepsChecksum.cpp" -o "$work/v3-unflagged-$compiler" $libs
     } >"$work/$compiler.log" 2>&1 || { cat "$work/$compiler.log"; fail "the checksum program does not build"; }
     cmake -S "$source" -B "$work/cmake-$compiler" -DCMAKE_PREFIX_PATH="$prefix" \
