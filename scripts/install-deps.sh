@@ -9,7 +9,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libcli11-dev nlohmann-json3-dev libsndfile1-dev
     openjdk-17-jdk-headless
-    dpkg-dev fakeroot file lintian abigail-tools
+    dpkg-dev debhelper fakeroot file lintian abigail-tools
     lv2-dev liblilv-dev lilv-utils sordi jalv jackd2 libjack-jackd2-dev
     python3-dev python3-venv pybind11-dev python3-numpy python3-pytest python3-soundfile
     python3-dask python3-distributed mypy python3-jedi

@@ -1,6 +1,15 @@
 // The library's exported C entry points.
 
+#ifdef OSTRANA_WITH_JNI_HEADER
 #include <jni.h>
+#else
+// What jni.h declares of the entry point's two argument types, for builds without a JDK. The
+// entry point reads neither, and C linkage keeps its symbol whatever the types are.
+class _jobject;
+typedef _jobject* jobject;
+struct JNIEnv_;
+typedef JNIEnv_ JNIEnv;
+#endif
 
 #include <ostrana/audioeffects/AudioEffectsExtension.h>
 #include <ostrana/audioeffects/Export.h>

@@ -8,6 +8,9 @@ trap 'rm -rf "$work"' EXIT
 
 cmake --install "$build_dir" --prefix "$work/prefix" >"$work/install.log"
 bash "$source_dir/tests/package/consumer-check.sh" "$work/prefix" "$source_dir" "$build_dir" "$work/consumers"
+bash "$source_dir/tests/package/linking-consumers.sh" "$work/prefix" "$work/linking"
+bash "$source_dir/tests/package/exact-consumers.sh" "$work/prefix" "$work/exact"
+bash "$source_dir/tests/package/public-headers.sh" "$work/prefix/include" "$work/headers"
 
 echo "=== ostrana-fx from $work/prefix"
 libraries=$(env -u LD_LIBRARY_PATH ldd "$work/prefix/bin/ostrana-fx" | grep libOstrana)

@@ -84,6 +84,29 @@ TEST(ExtensionManager, UnknownNodeTypeIsAnErrorNamingIt) {
     EXPECT_FALSE(manager().findNodeType("Nowhere.Thing").isOk());
 }
 
+TEST(ExtensionManager, CreatesNodesByANameInAnotherCaseOrWithoutThePrefix) {
+    manager().registerExtension(std::make_shared<TestExtension>("Loose"));
+    for (const char* name : {"loose.probe", "LOOSE.PROBE", "Loose.probe", "probe", "PROBE"}) {
+        auto node = manager().createNode(name, XVAnyMap{});
+        ASSERT_TRUE(node.isOk()) << name << ": " << node.errorMessage();
+        EXPECT_EQ(node.value()->getObjectType(), "Loose-probe") << name;
+    }
+}
+
+TEST(ExtensionManager, RefusesAShortNameThatSeveralTypesShare) {
+    manager().registerExtension(std::make_shared<TestExtension>("First"));
+    manager().registerExtension(std::make_shared<TestExtension>("Second"));
+    const auto node = manager().createNode("probe", XVAnyMap{});
+    ASSERT_FALSE(node.isOk());
+    EXPECT_NE(node.errorMessage().find("ambiguous"), std::string::npos) << node.errorMessage();
+    EXPECT_NE(node.errorMessage().find("First.Probe"), std::string::npos);
+    EXPECT_NE(node.errorMessage().find("Second.Probe"), std::string::npos);
+    // The full name still chooses one.
+    auto second = manager().createNode("second.probe", XVAnyMap{});
+    ASSERT_TRUE(second.isOk()) << second.errorMessage();
+    EXPECT_EQ(second.value()->getObjectType(), "Second-probe");
+}
+
 TEST(ExtensionManager, FailedLoadCarriesTheLoadersMessage) {
     const auto result = manager().loadLibrary("/nonexistent/libNothing.so");
     ASSERT_FALSE(result.isOk());

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
 #include <ostrana/audioeffects/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::audio {
 
@@ -91,11 +93,13 @@ class OSTRANA_AUDIOEFFECTS_EXPORT CircularBuffer {
 
   private:
     // An index into the storage: the pointer itself when it lies in the ring, otherwise its
-    // floor remainder, so that no access ever leaves the storage.
-    int slot(int index) const {
-        if (static_cast<unsigned>(index) < static_cast<unsigned>(size_)) return index;
+    // floor remainder, so that no access ever leaves the storage (and so never negative).
+    std::size_t slot(int index) const {
+        if (static_cast<unsigned>(index) < static_cast<unsigned>(size_)) {
+            return static_cast<std::size_t>(index);
+        }
         const int rest = index % size_;
-        return rest < 0 ? rest + size_ : rest;
+        return static_cast<std::size_t>(rest < 0 ? rest + size_ : rest);
     }
 
     int size_;

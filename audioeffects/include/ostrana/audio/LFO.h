@@ -5,6 +5,7 @@
 
 #include <ostrana/audio/SineChoice.h>
 #include <ostrana/audioeffects/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::audio {
 

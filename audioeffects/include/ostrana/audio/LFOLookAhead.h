@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ostrana/audio/LFO.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::audio {
 

@@ -5,6 +5,7 @@
 
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/Extension.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/NodeFactory.h>
 
 namespace ostrana::extensions::audioeffects {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include <ostrana/audioeffects/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/NodeFactory.h>
 
 namespace ostrana::extensions::audioeffects {

@@ -2,6 +2,7 @@
 
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/audioeffects/SweptEffectNode.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 
 namespace ostrana::extensions::audioeffects {

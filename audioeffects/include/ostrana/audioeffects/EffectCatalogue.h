@@ -5,6 +5,7 @@
 
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/audioeffects/NodeTypeEntry.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::extensions::audioeffects {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ostrana/audioeffects/ParameterDefinition.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 
 namespace ostrana::extensions::audioeffects {

@@ -6,6 +6,7 @@
 
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/audioeffects/NodeParameter.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/XVAnyMap.h>

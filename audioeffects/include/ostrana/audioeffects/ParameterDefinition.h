@@ -7,6 +7,7 @@
 #include <variant>
 
 #include <ostrana/audioeffects/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::extensions::audioeffects {
 

@@ -5,6 +5,7 @@
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 #include <ostrana/sdk/XVAnyMap.h>

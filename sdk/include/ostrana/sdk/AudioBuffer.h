@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <vector>
 
+#include <ostrana/sdk/LanguageVersion.h>
+
 namespace ostrana {
 
 // A block of samples addressed by (channel, frame). Each channel's frames lie together; the

@@ -2,6 +2,7 @@
 
 #include <ostrana/sdk/AudioBuffer.h>
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana {
 

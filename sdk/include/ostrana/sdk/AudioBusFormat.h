@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana {
 

@@ -4,6 +4,7 @@
 
 #include <ostrana/sdk/AudioBus.h>
 #include <ostrana/sdk/AudioBusFormat.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana {
 

@@ -4,6 +4,7 @@
 
 #include <ostrana/sdk/AudioBusList.h>
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 
 namespace ostrana {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/NodeFactory.h>
 #include <ostrana/sdk/OstranaObject.h>
 #include <ostrana/sdk/Result.h>

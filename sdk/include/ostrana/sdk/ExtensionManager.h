@@ -8,6 +8,7 @@
 
 #include <ostrana/sdk/Export.h>
 #include <ostrana/sdk/Extension.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/Result.h>
@@ -51,7 +52,10 @@ class OSTRANA_SDK_EXPORT ExtensionManager {
     Result<NodeTypeInfo> findNodeType(const std::string& type) const;
     // Fully qualified names of every node type of every extension, in registration order.
     std::vector<std::string> getNodeTypeNames() const;
-    // Creates a node by fully qualified type name with the first extension that has it.
+    // Creates a node by fully qualified type name with the first extension that has it. A name
+    // that is no type's exactly may name one loosely: in another case, without the prefix,
+    // with '-' or '_' between words ("audioeffects.delay", "Delay", "ping-pong-delay"); a name
+    // that loosely matches several types is refused.
     Result<std::unique_ptr<Node>> createNode(const std::string& type, const XVAnyMap& config) const;
 
   private:

@@ -3,6 +3,7 @@
 #include <string>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/OstranaObject.h>
 
 namespace ostrana {

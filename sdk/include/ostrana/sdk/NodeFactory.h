@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Node.h>
 #include <ostrana/sdk/NodeTypeInfo.h>
 #include <ostrana/sdk/Result.h>

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/XVAnyMap.h>
 
 namespace ostrana {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Result.h>
 #include <ostrana/sdk/XVAny.h>
 #include <ostrana/sdk/XVAnyMap.h>

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include <ostrana/sdk/LanguageVersion.h>
+
 namespace ostrana {
 
 // The outcome of a host-facing operation: a success carrying a value, or an error carrying

@@ -3,6 +3,7 @@
 #include <string>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 // The words in which object types (node types among them) are described: the keys of a
 // type record, of properties, configuration entries, actions and events, and the words for

@@ -6,6 +6,7 @@
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/AudioNode.h>
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana {
 

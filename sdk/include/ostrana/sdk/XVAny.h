@@ -7,6 +7,7 @@
 #include <variant>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/Result.h>
 #include <ostrana/sdk/XVAnyConversionError.h>
 

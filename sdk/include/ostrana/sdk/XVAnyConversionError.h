@@ -4,6 +4,7 @@
 #include <string>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana {
 

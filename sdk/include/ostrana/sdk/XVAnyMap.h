@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <ostrana/sdk/Export.h>
+#include <ostrana/sdk/LanguageVersion.h>
 #include <ostrana/sdk/XVAny.h>
 
 namespace ostrana {

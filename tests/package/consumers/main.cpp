@@ -1,0 +1,5 @@
+#include "CreateByName.h"
+
+int main() {
+    return createEveryTypeByName() == 0 ? 0 : 1;
+}
