@@ -200,21 +200,30 @@ void OutputFile::linkUnnamedFile() {
 }
 
 // Copies the finished file over the destination's contents, keeping its inode and so its
-// other hard links.
+// other hard links. The space is reserved first, without changing the file, so that a full
+// disk refuses the copy before a byte of the old contents is lost.
 void OutputFile::rewriteInPlace() {
-    const int target = open(destination_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-    if (target < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
-    off_t offset = 0;
     struct stat status {};
-    fstat(descriptor_, &status);
-    while (offset < status.st_size) {
-        if (sendfile(target, descriptor_, &offset, static_cast<size_t>(status.st_size - offset)) <=
-            0) {
-            const std::string reason = std::strerror(errno);
-            close(target);
-            throw CommandError::failure(cannotWrite(reason));
-        }
+    if (fstat(descriptor_, &status) != 0) {
+        throw CommandError::failure(cannotWrite(std::strerror(errno)));
     }
+    const int target = open(destination_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (target < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
+    const auto fail = [&](int error) {
+        close(target);
+        throw CommandError::failure(cannotWrite(std::strerror(error)));
+    };
+    if (status.st_size > 0 && fallocate(target, FALLOC_FL_KEEP_SIZE, 0, status.st_size) != 0 &&
+        errno != EOPNOTSUPP) {
+        fail(errno);  // nothing changed
+    }
+    off_t offset = 0;
+    while (offset < status.st_size) {
+        const ssize_t copied =
+            sendfile(target, descriptor_, &offset, static_cast<size_t>(status.st_size - offset));
+        if (copied <= 0) fail(copied < 0 ? errno : ENOSPC);
+    }
+    if (ftruncate(target, status.st_size) != 0) fail(errno);
     if (close(target) != 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
 }
 

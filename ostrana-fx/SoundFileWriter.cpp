@@ -13,31 +13,51 @@ namespace ostrana::fx {
 
 SoundFileWriter::SoundFileWriter(const std::string& path, unsigned int channels,
                                  unsigned int sampleRate, int format, const SoundFileTags& tags)
-    : output_(path), format_(format) {
+    : output_(path), format_(format), stream_(output_.descriptor(), output_.seekable()) {
     SF_INFO info{};
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(sampleRate);
     info.format = format;
-    // libsndfile gets a descriptor of its own, which it closes (also when it fails to open).
-    const bool seekable = output_.seekable();
-    const int descriptor = dup(output_.descriptor());
-    if (descriptor < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
-    file_ = sf_open_fd(descriptor, SFM_WRITE, &info, SF_TRUE);
-    if (file_ == nullptr) {
-        const std::string reason = sf_strerror(nullptr);
-        if (!seekable) {
-            throw CommandError::usage(
-                "cannot write " + SoundFileFormat::describe(format) + " to " + output_.kindText() +
-                ": the format needs a file it can seek in; formats that "
-                "stream: au, flac, ogg, mp3, raw (choose one with --type, e.g. --type flac)");
-        }
-        throw CommandError::failure(cannotWrite(reason));
-    }
+    open(info);
     // Out-of-range samples clip at full scale in integer formats rather than wrap around.
     sf_command(file_, SFC_SET_CLIPPING, nullptr, SF_TRUE);
     // No PEAK chunk: it carries a time stamp, and the same render should give the same bytes.
     sf_command(file_, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     for (const auto& [kind, text] : tags) sf_set_string(file_, kind, text.c_str());
+}
+
+bool SoundFileWriter::throughStream() const {
+    if (output_.seekable()) return true;
+    switch (format_ & SF_FORMAT_TYPEMASK) {
+        case SF_FORMAT_FLAC:
+        case SF_FORMAT_OGG:
+        case SF_FORMAT_MPEG:
+            return true;
+        default:
+            return false;
+    }
+}
+
+void SoundFileWriter::open(SF_INFO& info) {
+    if (throughStream()) {
+        file_ = sf_open_virtual(&stream_.callbacks(), SFM_WRITE, &info, &stream_);
+    } else {
+        // libsndfile gets a descriptor of its own, which it closes (also when it fails to open),
+        // and finds for itself that it writes a pipe.
+        const int descriptor = dup(output_.descriptor());
+        if (descriptor < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
+        file_ = sf_open_fd(descriptor, SFM_WRITE, &info, SF_TRUE);
+    }
+    if (file_ != nullptr) return;
+    const std::string reason = sf_strerror(nullptr);
+    if (!output_.seekable()) {
+        throw CommandError::usage(
+            "cannot write " + SoundFileFormat::describe(format_) + " to " + output_.kindText() +
+            ": the format needs a file it can seek in; formats that "
+            "stream: au, flac, ogg, mp3, raw (choose one with --type, e.g. --type flac)");
+    }
+    checkWritten(sf_error(nullptr));
+    throw CommandError::failure(cannotWrite(reason));
 }
 
 SoundFileWriter::~SoundFileWriter() {
@@ -48,18 +68,40 @@ std::string SoundFileWriter::cannotWrite(const std::string& reason) const {
     return "cannot write output '" + output_.path() + "': " + reason;
 }
 
+namespace {
+
+// libsndfile's text for an error number, or "" where it has none worth showing.
+std::string libraryText(int error) {
+    if (error <= 0) return "";
+    const std::string text = sf_error_number(error);
+    return text.find("No error defined") == std::string::npos ? text : "";
+}
+
+}  // namespace
+
+void SoundFileWriter::checkWritten(int libraryError) const {
+    if (stream_.error() == 0) return;
+    const std::string library = libraryText(libraryError);
+    throw CommandError::failure(cannotWrite(
+        stream_.errorText() + (library.empty() ? "" : " (libsndfile: " + library + ")")));
+}
+
 void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) {
     const sf_count_t count = static_cast<sf_count_t>(frames);
-    if (sf_writef_float(file_, interleaved, count) != count) {
-        throw CommandError::failure(cannotWrite(sf_strerror(file_)));
-    }
+    const sf_count_t written = sf_writef_float(file_, interleaved, count);
+    checkWritten(sf_error(file_));
+    if (written != count) throw CommandError::failure(cannotWrite(sf_strerror(file_)));
 }
 
 void SoundFileWriter::commit() {
     SNDFILE* file = file_;
     file_ = nullptr;
-    if (sf_close(file) != 0) {
-        throw CommandError::failure(cannotWrite("the file could not be completed"));
+    const int closed = sf_close(file);
+    checkWritten(closed);
+    if (closed != 0) {
+        const std::string library = libraryText(closed);
+        throw CommandError::failure(cannotWrite("the file could not be completed" +
+                                                (library.empty() ? "" : ": " + library)));
     }
     if ((format_ & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV && output_.seekable()) {
         FloatWavHeader::addExtensionSize(output_.descriptor());

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "OutputFile.h"
+#include "SoundFileStream.h"
 
 namespace ostrana::fx {
 
@@ -38,10 +39,18 @@ class SoundFileWriter {
     bool toStandardOutput() const { return output_.standardOutput(); }
 
   private:
+    // Whether libsndfile writes through stream_ rather than a descriptor of its own: always
+    // where the output can seek, and for the formats that stream (which libsndfile would
+    // otherwise complete with a header rewrite appended to the stream).
+    bool throughStream() const;
+    void open(SF_INFO& info);
+    // Throws when a write has failed: the system's reason, then libsndfile's error, if any.
+    void checkWritten(int libraryError) const;
     std::string cannotWrite(const std::string& reason) const;
 
     OutputFile output_;
     int format_;
+    SoundFileStream stream_;
     SNDFILE* file_ = nullptr;
 };
 
