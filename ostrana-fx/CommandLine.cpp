@@ -285,9 +285,15 @@ int CommandLine::run(int argc, char** argv) {
         ->check(notAnOption("format name"));
     render
         ->add_option("--output-dir", renderOptions.outputDirectory,
-                     "Render every IN into DIR under its own name")
+                     "Render every IN into DIR (made if missing) under its own name")
         ->type_name("DIR")
         ->check(notAnOption("directory"));
+    render
+        ->add_option("--suffix", renderOptions.suffix,
+                     "In a batch, add TEXT to each output's name (song.wav -> song-fx.wav)")
+        ->type_name("TEXT");
+    render->add_flag("--force", renderOptions.force,
+                     "Replace write-protected outputs and, in a batch, the inputs themselves");
     render->add_flag("--allow-out-of-range", renderOptions.allowOutOfRange,
                      "Let --set values outside a parameter's range through");
     render->add_flag("--upmix", renderOptions.upmix, "Duplicate a mono input into two channels");

@@ -112,6 +112,16 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
     openTemporary();
 }
 
+void OutputFile::checkReplaceable(const std::string& path, bool force) {
+    if (force || standardDescriptor(path) >= 0) return;
+    struct stat status {};
+    const std::string destination = followLinks(path);
+    if (stat(destination.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+    if (access(destination.c_str(), W_OK) == 0 || errno != EACCES) return;
+    throw CommandError::usage("output '" + path +
+                              "' is write-protected; nothing written (--force replaces it)");
+}
+
 OutputFile::~OutputFile() {
     discard();
 }

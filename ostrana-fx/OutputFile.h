@@ -22,6 +22,9 @@ class OutputFile {
   public:
     // Throws a failure CommandError that names path when it cannot be opened.
     explicit OutputFile(const std::string& path);
+    // Refuses (a usage CommandError) an existing file that this process may not write to, as
+    // cp and SoX do: the write protection says the user wants it kept. force lets it through.
+    static void checkReplaceable(const std::string& path, bool force);
     // Without commit(), the temporary file is removed and a regular destination untouched.
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;

@@ -7,6 +7,7 @@
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
+#include "BatchOutputs.h"
 #include "CommandError.h"
 #include "MonoToStereoSource.h"
 #include "NodeChain.h"
@@ -57,7 +58,8 @@ void printSummary(std::ostream& out, const RenderStatistics& statistics, const N
     char seconds[64];
     std::snprintf(seconds, sizeof seconds, "%.3f s of audio", statistics.audioSeconds);
     char speed[64] = "";
-    if (statistics.wallSeconds > 0.0) {
+    // How fast it went, where there was enough audio to say.
+    if (statistics.wallSeconds > 0.0 && statistics.audioSeconds >= 1.0) {
         const double factor = statistics.realTimeFactor();
         std::snprintf(speed, sizeof speed,
                       factor < 10.0 ? ", %.2f times real time" : ", %.0f times real time", factor);
@@ -95,11 +97,14 @@ std::vector<std::string> findings(const RenderStatistics& statistics, const Soun
     return warnings;
 }
 
-std::string outputPathIn(const std::string& directory, const std::string& inputPath,
-                         const std::string& typeName) {
-    std::filesystem::path name = std::filesystem::path(inputPath).filename();
-    if (!typeName.empty()) name.replace_extension(typeName);
-    return (std::filesystem::path(directory) / name).string();
+// The batch's folder, made (with its parents) when it is missing, as demo makes its own.
+void makeDirectory(const std::string& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (error) {
+        throw CommandError::failure("cannot make the folder '" + directory +
+                                    "': " + error.message());
+    }
 }
 
 }  // namespace
@@ -111,6 +116,7 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     buildChain(options, chain);
     const TailLength tail = tailLength(options, chain);
     const int container = SoundFileFormat::containerForPath(outputPath, options.typeName);
+    OutputFile::checkReplaceable(outputPath, options.force);
     SoundFileReader reader(inputPath);
     std::optional<MonoToStereoSource> upmixed;
     if (options.upmix && reader.channels() == 1) upmixed.emplace(reader);
@@ -153,7 +159,8 @@ void RenderCommand::run(const RenderOptions& options, std::ostream& out, std::os
         return;
     }
     std::error_code error;
-    if (!std::filesystem::is_directory(options.outputDirectory, error)) {
+    if (std::filesystem::exists(options.outputDirectory, error) &&
+        !std::filesystem::is_directory(options.outputDirectory, error)) {
         throw CommandError::usage("--output-dir '" + options.outputDirectory +
                                   "': not a directory");
     }
@@ -162,15 +169,24 @@ void RenderCommand::run(const RenderOptions& options, std::ostream& out, std::os
     NodeChain chain;
     buildChain(options, chain);
     if (!options.typeName.empty()) SoundFileFormat::containerForPath("", options.typeName);
-    std::size_t failed = 0;
     for (const std::string& input : options.files) {
+        if (input == "-") throw CommandError::usage("'-' cannot be one of several inputs");
+    }
+    const std::vector<BatchOutputs::Entry> entries = BatchOutputs::plan(
+        options.files, options.outputDirectory, options.typeName, options.suffix);
+    BatchOutputs::check(entries, options.force);
+    for (const BatchOutputs::Entry& entry : entries) {
+        OutputFile::checkReplaceable(entry.output, options.force);
+    }
+    makeDirectory(options.outputDirectory);
+    std::size_t failed = 0;
+    for (const BatchOutputs::Entry& entry : entries) {
+        const std::string& input = entry.input;
         try {
-            if (input == "-") throw CommandError::usage("'-' cannot be one of several inputs");
-            renderOne(options, input,
-                      outputPathIn(options.outputDirectory, input, options.typeName), out, errors);
+            renderOne(options, input, entry.output, out, errors);
         } catch (const CommandError& failure) {
             ++failed;
-            errors << "ostrana-fx render: error: " << input << ": " << failure.what() << std::endl;
+            errors << "ostrana-fx render: error: " << failure.what() << std::endl;
         }
     }
     if (failed > 0) {

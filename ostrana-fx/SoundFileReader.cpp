@@ -32,6 +32,7 @@ SoundFileReader::SoundFileReader(const std::string& path) : path_(path) {
         file_ = nullptr;
         throw CommandError::failure(cannotRead(path_, "no channels or no sample rate"));
     }
+    checkSampleRate();
     readPromisedFrames();
 }
 
@@ -47,6 +48,18 @@ void SoundFileReader::openStandardInput() {
     }
 }
 
+// A rate no audio file really has (a damaged header, often) would make the tail and the
+// effects' timing absurd: refused before anything is written.
+void SoundFileReader::checkSampleRate() {
+    if (info_.samplerate <= static_cast<int>(kHighestSampleRate)) return;
+    const std::string rate = std::to_string(info_.samplerate);
+    sf_close(file_);
+    file_ = nullptr;
+    throw CommandError::usage("input '" + path_ + "': its sample rate, " + rate +
+                              " Hz, is outside 1 Hz to 768 kHz (a damaged header?); nothing "
+                              "written");
+}
+
 // libsndfile shortens the frame count of a file whose data is cut off and notes the
 // header's figure in its log ("data : 192000 (should be 99956)", in bytes).
 void SoundFileReader::readPromisedFrames() {
@@ -54,11 +67,17 @@ void SoundFileReader::readPromisedFrames() {
     sf_command(file_, SFC_GET_LOG_INFO, log, sizeof log);
     static const std::regex kCutOff(R"((?:data|SSND)\s*:\s*(\d+)\s*\(should be (\d+)\))");
     std::cmatch match;
-    if (info_.frames <= 0 || !std::regex_search(log, match, kCutOff)) return;
+    if (!std::regex_search(log, match, kCutOff)) return;
     const double promisedBytes = std::stod(match[1].str());
     const double presentBytes = std::stod(match[2].str());
-    if (presentBytes <= 0 || promisedBytes <= presentBytes) return;
+    if (promisedBytes <= presentBytes) return;
     const unsigned int frameBytes = bytesPerSample(info_.format) * channels();
+    // A header with no data after it: the frames promised, where their size is known.
+    if (info_.frames <= 0 || presentBytes <= 0) {
+        if (frameBytes > 0)
+            promisedFrames_ = static_cast<std::uint64_t>(promisedBytes / frameBytes);
+        return;
+    }
     // Where the encoding has no fixed size per sample, the frames in proportion.
     const double promised = frameBytes > 0
                                 ? promisedBytes / frameBytes

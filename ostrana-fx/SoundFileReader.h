@@ -37,8 +37,12 @@ class SoundFileReader : public SampleSource {
     std::uint64_t promisedFrames() const { return promisedFrames_; }
     std::uint64_t framesRead() const { return framesRead_; }
 
+    // The highest sample rate read (a header beyond it is taken as damaged).
+    static constexpr unsigned int kHighestSampleRate = 768000;
+
   private:
     void checkReadable() const;
+    void checkSampleRate();
     void openStandardInput();
     void readPromisedFrames();
     // Bytes a sample takes in the file; 0 for encodings without a fixed size.
