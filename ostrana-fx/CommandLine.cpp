@@ -190,8 +190,11 @@ std::string CommandLine::renderFooter() {
         "single channels for the rest). The ping-pong delay needs two: --upmix a mono input.\n"
         "\n"
         "Formats: OUT's extension chooses the container (wav, flac, ogg, aiff, au, caf, w64,\n"
-        "mp3, ...); the sample format follows the input unless --format names one. Float output\n"
-        "holds exactly the samples the nodes computed. '-' writes standard output (streaming\n"
+        "mp3, ...); the sample format follows the input where the container holds it (else the\n"
+        "nearest it holds: an MP3 into a WAV gives 16-bit PCM) unless --format names one. Float\n"
+        "output holds exactly the samples the nodes computed; integer output rounds them to\n"
+        "the nearest step, clipped at full scale, with triangular dither where bits are lost\n"
+        "(--dither none for exact rounding). '-' writes standard output (streaming\n"
         "formats only there: --type au, flac, ogg, mp3 or raw) or reads standard input (wav,\n"
         "aiff, au, caf, w64 or ogg: libsndfile reads FLAC and MP3 only from a file).\n"
         "\n"
@@ -278,6 +281,14 @@ int CommandLine::run(int argc, char** argv) {
         ->type_name("FORMAT")
         ->check(notAnOption("sample format"))
         ->check(encodingName());
+    render
+        ->add_option("--dither", renderOptions.dither,
+                     "Dither for integer output: triangular (the default when the output has "
+                     "fewer bits than the input, or the input is float or lossy) or none (the "
+                     "exact samples rounded to the nearest step)")
+        ->type_name("KIND")
+        ->check(notAnOption("dither kind"))
+        ->check(CLI::IsMember({"triangular", "none", "auto"}));
     render
         ->add_option("--type", renderOptions.typeName,
                      "Output container when OUT's extension does not say (e.g. for '-')")

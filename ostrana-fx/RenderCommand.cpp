@@ -49,6 +49,17 @@ TailLength tailLength(const RenderOptions& options, const NodeChain& chain) {
     return TailLength{false, std::stod(options.tail)};
 }
 
+// --dither: triangular when the output has fewer bits than the input (or the input is float or
+// lossy), as SoX does; none where the output keeps every bit (or is not integer PCM).
+SampleQuantizer::Dither ditherFor(const std::string& choice, int inputFormat, int outputFormat) {
+    if (choice == "none") return SampleQuantizer::Dither::None;
+    if (choice == "triangular") return SampleQuantizer::Dither::Triangular;
+    const unsigned int outputBits = SoundFileFormat::integerBits(outputFormat);
+    const unsigned int inputBits = SoundFileFormat::sourceBits(inputFormat);
+    const bool reduces = outputBits > 0 && (inputBits == 0 || outputBits < inputBits);
+    return reduces ? SampleQuantizer::Dither::Triangular : SampleQuantizer::Dither::None;
+}
+
 std::string plural(std::uint64_t count, const std::string& word) {
     return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
@@ -126,7 +137,7 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
                                 reader.format(), source.channels(), source.sampleRate());
     chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
     SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
-                           reader.tags());
+                           reader.tags(), ditherFor(options.dither, reader.format(), format));
     ProgressBar progressBar(ProgressBar::wanted(options.quiet), source.totalFrames());
     Renderer renderer(source, chain, writer, options.blockFrames);
     renderer.setProgressBar(&progressBar);

@@ -25,7 +25,8 @@ struct RenderOptions {
     std::string encoding;  // --format: empty to follow the input
     std::string typeName;  // --type: the output container, empty to follow OUT's extension
     std::string tail = "auto";
-    std::string suffix;  // --suffix: added to each output's name in a batch
+    std::string dither = "auto";  // --dither: triangular, none, or auto (by the bit depths)
+    std::string suffix;           // --suffix: added to each output's name in a batch
     bool force = false;  // --force: replace write-protected outputs and, in a batch, the inputs
     bool allowOutOfRange = false;
     bool upmix = false;

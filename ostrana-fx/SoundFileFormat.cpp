@@ -82,6 +82,36 @@ std::string formatName(int format) {
     return info.name != nullptr ? info.name : "unknown";
 }
 
+// The input's encoding where the output may follow it: a linear one (PCM or float) as it is; a
+// compressed one (MP3, Vorbis, ALAC, A-law...) only into its own container, else the linear
+// encoding nearest to it (16 bits for the lossy ones: an MP3 into a WAV gives 16-bit PCM).
+int nearestLinear(int inputFormat, int container) {
+    const int encoding = inputFormat & SF_FORMAT_SUBMASK;
+    switch (encoding) {
+        case 0:
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_PCM_16:
+        case SF_FORMAT_PCM_24:
+        case SF_FORMAT_PCM_32:
+        case SF_FORMAT_FLOAT:
+        case SF_FORMAT_DOUBLE:
+            return encoding;
+        default:
+            break;
+    }
+    if ((inputFormat & SF_FORMAT_TYPEMASK) == container) return encoding;
+    switch (SoundFileFormat::sourceBits(inputFormat)) {
+        case 24:
+        case 20:
+            return SF_FORMAT_PCM_24;
+        case 32:
+            return SF_FORMAT_PCM_32;
+        default:
+            return SF_FORMAT_PCM_16;
+    }
+}
+
 }  // namespace
 
 int SoundFileFormat::containerFor(const std::string& name) {
@@ -159,7 +189,7 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
         }
         return withContainer(requestedEncoding);
     }
-    const int inputEncoding = inputFormat & SF_FORMAT_SUBMASK;
+    const int inputEncoding = nearestLinear(inputFormat, container);
     if (inputEncoding != 0 && fits(withContainer(inputEncoding), channels, sampleRate)) {
         return withContainer(inputEncoding);
     }
@@ -183,6 +213,40 @@ bool SoundFileFormat::isInteger(int format) {
             return true;
         default:
             return false;
+    }
+}
+
+unsigned int SoundFileFormat::integerBits(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+            return 8;
+        case SF_FORMAT_PCM_16:
+            return 16;
+        case SF_FORMAT_PCM_24:
+            return 24;
+        case SF_FORMAT_PCM_32:
+            return 32;
+        default:
+            return 0;
+    }
+}
+
+unsigned int SoundFileFormat::sourceBits(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_ALAC_16:
+            return 16;
+        case SF_FORMAT_ALAC_20:
+            return 20;
+        case SF_FORMAT_ALAC_24:
+            return 24;
+        case SF_FORMAT_ALAC_32:
+            return 32;
+        case SF_FORMAT_ULAW:
+        case SF_FORMAT_ALAW:
+            return 16;
+        default:
+            return integerBits(format);
     }
 }
 

@@ -32,6 +32,11 @@ class SoundFileFormat {
                       unsigned int sampleRate);
     // Whether the encoding is stored as integers (and so clips beyond full scale).
     static bool isInteger(int format);
+    // The bits of a linear integer (PCM) encoding, 0 for any other (float, compressed, A-law).
+    static unsigned int integerBits(int format);
+    // The bits of precision an input's encoding carries: its integer bits, the bits an ALAC
+    // file was made from, 0 for float and for lossy encodings (which decode to float).
+    static unsigned int sourceBits(int format);
     // "WAV (float)", for messages.
     static std::string describe(int format);
 };

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -11,9 +12,24 @@
 
 namespace ostrana::fx {
 
+namespace {
+
+constexpr std::size_t kPieceFrames = 4096;
+
+}  // namespace
+
 SoundFileWriter::SoundFileWriter(const std::string& path, unsigned int channels,
-                                 unsigned int sampleRate, int format, const SoundFileTags& tags)
-    : output_(path), format_(format), stream_(output_.descriptor(), output_.seekable()) {
+                                 unsigned int sampleRate, int format, const SoundFileTags& tags,
+                                 SampleQuantizer::Dither dither)
+    : output_(path),
+      format_(format),
+      stream_(output_.descriptor(), output_.seekable()),
+      channels_(channels) {
+    const unsigned int bits = SoundFileFormat::integerBits(format);
+    if (bits > 0) {
+        quantizer_.emplace(bits, dither);
+        integers_.resize(kPieceFrames * channels);
+    }
     SF_INFO info{};
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(sampleRate);
@@ -88,9 +104,23 @@ void SoundFileWriter::checkWritten(int libraryError) const {
 
 void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) {
     const sf_count_t count = static_cast<sf_count_t>(frames);
-    const sf_count_t written = sf_writef_float(file_, interleaved, count);
+    const sf_count_t written = quantizer_ ? writeQuantized(interleaved, count)
+                                          : sf_writef_float(file_, interleaved, count);
     checkWritten(sf_error(file_));
     if (written != count) throw CommandError::failure(cannotWrite(sf_strerror(file_)));
+}
+
+sf_count_t SoundFileWriter::writeQuantized(const float* interleaved, sf_count_t frames) {
+    sf_count_t written = 0;
+    while (written < frames) {
+        const sf_count_t piece = std::min<sf_count_t>(kPieceFrames, frames - written);
+        quantizer_->convert(interleaved + written * channels_, integers_.data(),
+                            static_cast<std::size_t>(piece) * channels_);
+        const sf_count_t done = sf_writef_int(file_, integers_.data(), piece);
+        written += done;
+        if (done != piece) break;
+    }
+    return written;
 }
 
 void SoundFileWriter::commit() {

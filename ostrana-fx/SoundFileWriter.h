@@ -3,10 +3,14 @@
 #include <sndfile.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "OutputFile.h"
+#include "SampleQuantizer.h"
 #include "SoundFileStream.h"
 
 namespace ostrana::fx {
@@ -22,8 +26,11 @@ class SoundFileWriter {
     // Opens the output; throws a CommandError naming path when it cannot: a usage error when
     // the format needs to seek and the output cannot (a pipe), a failure otherwise. Tags the
     // container cannot hold are left out.
+    // Integer PCM formats get their integers from a SampleQuantizer with dither (libsndfile's
+    // own conversion rounds towards minus infinity).
     SoundFileWriter(const std::string& path, unsigned int channels, unsigned int sampleRate,
-                    int format, const SoundFileTags& tags = {});
+                    int format, const SoundFileTags& tags = {},
+                    SampleQuantizer::Dither dither = SampleQuantizer::Dither::None);
     ~SoundFileWriter();
     SoundFileWriter(const SoundFileWriter&) = delete;
     SoundFileWriter& operator=(const SoundFileWriter&) = delete;
@@ -44,6 +51,8 @@ class SoundFileWriter {
     // otherwise complete with a header rewrite appended to the stream).
     bool throughStream() const;
     void open(SF_INFO& info);
+    // Writes through the quantizer, a piece at a time; returns the frames written.
+    sf_count_t writeQuantized(const float* interleaved, sf_count_t frames);
     // Throws when a write has failed: the system's reason, then libsndfile's error, if any.
     void checkWritten(int libraryError) const;
     std::string cannotWrite(const std::string& reason) const;
@@ -52,6 +61,9 @@ class SoundFileWriter {
     int format_;
     SoundFileStream stream_;
     SNDFILE* file_ = nullptr;
+    unsigned int channels_;
+    std::optional<SampleQuantizer> quantizer_;
+    std::vector<std::int32_t> integers_;  // one piece of quantised frames
 };
 
 }  // namespace ostrana::fx
