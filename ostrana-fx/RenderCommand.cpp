@@ -1,5 +1,7 @@
 #include "RenderCommand.h"
 
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -58,6 +60,16 @@ SampleQuantizer::Dither ditherFor(const std::string& choice, int inputFormat, in
     const unsigned int inputBits = SoundFileFormat::sourceBits(inputFormat);
     const bool reduces = outputBits > 0 && (inputBits == 0 || outputBits < inputBits);
     return reduces ? SampleQuantizer::Dither::Triangular : SampleQuantizer::Dither::None;
+}
+
+// The most frames the output can have: the input's and the longest tail; 0 when the input's
+// length is not known (a pipe, or a header that does not say).
+std::uint64_t outputFrames(const SoundFileReader& reader, const TailLength& tail,
+                           unsigned int sampleRate) {
+    if (reader.path() == "-" || reader.totalFrames() == 0) return 0;
+    const double tailSeconds = tail.automatic ? Renderer::kLongestAutomaticTail : tail.seconds;
+    return reader.totalFrames() +
+           static_cast<std::uint64_t>(std::ceil(tailSeconds * static_cast<double>(sampleRate)));
 }
 
 std::string plural(std::uint64_t count, const std::string& word) {
@@ -129,12 +141,21 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     const int container = SoundFileFormat::containerForPath(outputPath, options.typeName);
     OutputFile::checkReplaceable(outputPath, options.force);
     SoundFileReader reader(inputPath);
+    if (options.upmix && reader.channels() != 1) {
+        throw CommandError::usage("--upmix duplicates a mono input, and '" + inputPath + "' has " +
+                                  plural(reader.channels(), "channel") +
+                                  "; nothing written (leave --upmix out)");
+    }
     std::optional<MonoToStereoSource> upmixed;
-    if (options.upmix && reader.channels() == 1) upmixed.emplace(reader);
+    if (options.upmix) upmixed.emplace(reader);
     SampleSource& source = upmixed ? static_cast<SampleSource&>(*upmixed) : reader;
-    const int format =
-        SoundFileFormat::choose(container, SoundFileFormat::encodingFor(options.encoding),
-                                reader.format(), source.channels(), source.sampleRate());
+    const int requested = options.encoding.empty()
+                              ? SoundFileFormat::encodingForPath(outputPath, options.typeName)
+                              : SoundFileFormat::encodingFor(options.encoding);
+    const int format = SoundFileFormat::forSize(
+        SoundFileFormat::choose(container, requested, reader.format(), source.channels(),
+                                source.sampleRate()),
+        outputFrames(reader, tail, source.sampleRate()), source.channels());
     chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
     SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
                            reader.tags(), ditherFor(options.dither, reader.format(), format));

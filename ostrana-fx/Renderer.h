@@ -55,13 +55,15 @@ class Renderer {
     // fails. The writer is not committed here.
     RenderStatistics run();
 
+    // The longest automatic tail, in seconds.
+    static constexpr double kLongestAutomaticTail = 30.0;
+
   private:
     // Frames read and written at a time, at the least (rounded up to whole blocks).
     static constexpr std::size_t kChunkFrames = 8192;
 
     // Silence is "quiet" below this level: -100 dBFS.
     static constexpr float kQuietLevel = 1e-5f;
-    static constexpr double kLongestAutomaticTail = 30.0;
 
     // Reads until maxFrames frames are in or the source ends; returns how many.
     std::size_t fillChunk(float* interleaved, std::size_t maxFrames);

@@ -112,6 +112,24 @@ int nearestLinear(int inputFormat, int container) {
     }
 }
 
+// A path's extension without its dot; "" for standard output and paths without one.
+std::string extensionOf(const std::string& path) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    if (path == "-" || extension.size() < 2) return "";
+    return extension.substr(1);
+}
+
+// Opus runs at five rates only; libsndfile says so only once the file is being made.
+void checkOpusRate(unsigned int sampleRate) {
+    for (const unsigned int rate : {8000u, 12000u, 16000u, 24000u, 48000u}) {
+        if (sampleRate == rate) return;
+    }
+    throw CommandError::usage("Opus runs at 8, 12, 16, 24 or 48 kHz, not " +
+                              std::to_string(sampleRate) +
+                              " Hz; resample the input first (sox IN -r 48k OUT) or choose "
+                              "another format (.ogg holds Vorbis at any rate)");
+}
+
 }  // namespace
 
 int SoundFileFormat::containerFor(const std::string& name) {
@@ -145,9 +163,8 @@ int SoundFileFormat::containerForPath(const std::string& path, const std::string
         }
         return container;
     }
-    std::string extension = std::filesystem::path(path).extension().string();
-    if (path == "-" || extension.size() < 2) return SF_FORMAT_WAV;
-    extension.erase(0, 1);
+    const std::string extension = extensionOf(path);
+    if (extension.empty()) return SF_FORMAT_WAV;
     const int container = containerFor(extension);
     if (container == 0) {
         throw CommandError::usage("output '" + path + "': cannot write '." + extension +
@@ -155,6 +172,11 @@ int SoundFileFormat::containerForPath(const std::string& path, const std::string
                                   " (or --type to name the format)");
     }
     return container;
+}
+
+int SoundFileFormat::encodingForPath(const std::string& path, const std::string& typeName) {
+    const std::string name = lowerCase(typeName.empty() ? extensionOf(path) : typeName);
+    return name == "opus" ? SF_FORMAT_OPUS : 0;
 }
 
 int SoundFileFormat::encodingFor(const std::string& name) {
@@ -180,6 +202,7 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
                                 encoding != SF_FORMAT_FLOAT && encoding != SF_FORMAT_DOUBLE;
         return (extensible ? SF_FORMAT_WAVEX : container) | encoding;
     };
+    if (requestedEncoding == SF_FORMAT_OPUS) checkOpusRate(sampleRate);
     if (requestedEncoding != 0) {
         if (!fits(withContainer(requestedEncoding), channels, sampleRate)) {
             throw CommandError::usage("--format: " + formatName(container) + " files cannot hold " +
@@ -199,6 +222,16 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
     throw CommandError::usage(formatName(container) + " files cannot hold " +
                               std::to_string(channels) + " channels at " +
                               std::to_string(sampleRate) + " Hz");
+}
+
+int SoundFileFormat::forSize(int format, std::uint64_t frames, unsigned int channels) {
+    const int container = format & SF_FORMAT_TYPEMASK;
+    if (container != SF_FORMAT_WAV && container != SF_FORMAT_WAVEX) return format;
+    // The RIFF size field counts 32 bits of bytes, less the header's and a margin for tags.
+    constexpr double kLargestWavData = 4294967295.0 - 1048576.0;
+    const double bytes = static_cast<double>(frames) * channels * bytesPerSample(format);
+    if (frames != 0 && bytes <= kLargestWavData) return format;
+    return SF_FORMAT_RF64 | (format & SF_FORMAT_SUBMASK);
 }
 
 bool SoundFileFormat::isInteger(int format) {
@@ -247,6 +280,27 @@ unsigned int SoundFileFormat::sourceBits(int format) {
             return 16;
         default:
             return integerBits(format);
+    }
+}
+
+unsigned int SoundFileFormat::bytesPerSample(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_ULAW:
+        case SF_FORMAT_ALAW:
+            return 1;
+        case SF_FORMAT_PCM_16:
+            return 2;
+        case SF_FORMAT_PCM_24:
+            return 3;
+        case SF_FORMAT_PCM_32:
+        case SF_FORMAT_FLOAT:
+            return 4;
+        case SF_FORMAT_DOUBLE:
+            return 8;
+        default:
+            return 0;
     }
 }
 

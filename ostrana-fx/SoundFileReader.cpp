@@ -8,6 +8,7 @@
 #include <regex>
 
 #include "CommandError.h"
+#include "SoundFileFormat.h"
 
 namespace ostrana::fx {
 
@@ -71,7 +72,7 @@ void SoundFileReader::readPromisedFrames() {
     const double promisedBytes = std::stod(match[1].str());
     const double presentBytes = std::stod(match[2].str());
     if (promisedBytes <= presentBytes) return;
-    const unsigned int frameBytes = bytesPerSample(info_.format) * channels();
+    const unsigned int frameBytes = SoundFileFormat::bytesPerSample(info_.format) * channels();
     // A header with no data after it: the frames promised, where their size is known.
     if (info_.frames <= 0 || presentBytes <= 0) {
         if (frameBytes > 0)
@@ -83,27 +84,6 @@ void SoundFileReader::readPromisedFrames() {
                                 ? promisedBytes / frameBytes
                                 : static_cast<double>(info_.frames) * promisedBytes / presentBytes;
     promisedFrames_ = static_cast<std::uint64_t>(promised);
-}
-
-unsigned int SoundFileReader::bytesPerSample(int format) {
-    switch (format & SF_FORMAT_SUBMASK) {
-        case SF_FORMAT_PCM_S8:
-        case SF_FORMAT_PCM_U8:
-        case SF_FORMAT_ULAW:
-        case SF_FORMAT_ALAW:
-            return 1;
-        case SF_FORMAT_PCM_16:
-            return 2;
-        case SF_FORMAT_PCM_24:
-            return 3;
-        case SF_FORMAT_PCM_32:
-        case SF_FORMAT_FLOAT:
-            return 4;
-        case SF_FORMAT_DOUBLE:
-            return 8;
-        default:
-            return 0;
-    }
 }
 
 SoundFileTags SoundFileReader::tags() const {

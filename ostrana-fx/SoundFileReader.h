@@ -45,8 +45,6 @@ class SoundFileReader : public SampleSource {
     void checkSampleRate();
     void openStandardInput();
     void readPromisedFrames();
-    // Bytes a sample takes in the file; 0 for encodings without a fixed size.
-    static unsigned int bytesPerSample(int format);
 
     std::string path_;
     SF_INFO info_{};

@@ -35,6 +35,10 @@ SoundFileWriter::SoundFileWriter(const std::string& path, unsigned int channels,
     info.samplerate = static_cast<int>(sampleRate);
     info.format = format;
     open(info);
+    // RF64 only where the file grows past 4 GiB; a plain WAV otherwise.
+    if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64) {
+        sf_command(file_, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+    }
     // Out-of-range samples clip at full scale in integer formats rather than wrap around.
     sf_command(file_, SFC_SET_CLIPPING, nullptr, SF_TRUE);
     // No PEAK chunk: it carries a time stamp, and the same render should give the same bytes.
@@ -108,6 +112,19 @@ void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) 
                                           : sf_writef_float(file_, interleaved, count);
     checkWritten(sf_error(file_));
     if (written != count) throw CommandError::failure(cannotWrite(sf_strerror(file_)));
+    framesWritten_ += static_cast<std::uint64_t>(written);
+}
+
+// libsndfile's FLAC and MP3 encoders write nothing at all until they get audio: an empty
+// render would leave a 0-byte file that no player opens.
+void SoundFileWriter::checkNotEmpty() const {
+    const int container = format_ & SF_FORMAT_TYPEMASK;
+    if (framesWritten_ > 0 || (container != SF_FORMAT_FLAC && container != SF_FORMAT_MPEG)) return;
+    throw CommandError::failure(
+        cannotWrite("no audio to write, and an empty " +
+                    std::string(container == SF_FORMAT_FLAC ? "FLAC" : "MP3") +
+                    " file cannot be made here; nothing written (WAV, AIFF, CAF, W64, AU and Ogg "
+                    "hold an empty file)"));
 }
 
 sf_count_t SoundFileWriter::writeQuantized(const float* interleaved, sf_count_t frames) {
@@ -124,6 +141,7 @@ sf_count_t SoundFileWriter::writeQuantized(const float* interleaved, sf_count_t 
 }
 
 void SoundFileWriter::commit() {
+    checkNotEmpty();
     SNDFILE* file = file_;
     file_ = nullptr;
     const int closed = sf_close(file);

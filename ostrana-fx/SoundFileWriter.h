@@ -51,6 +51,8 @@ class SoundFileWriter {
     // otherwise complete with a header rewrite appended to the stream).
     bool throughStream() const;
     void open(SF_INFO& info);
+    // Throws when the container cannot be left without audio and none was written.
+    void checkNotEmpty() const;
     // Writes through the quantizer, a piece at a time; returns the frames written.
     sf_count_t writeQuantized(const float* interleaved, sf_count_t frames);
     // Throws when a write has failed: the system's reason, then libsndfile's error, if any.
@@ -62,6 +64,7 @@ class SoundFileWriter {
     SoundFileStream stream_;
     SNDFILE* file_ = nullptr;
     unsigned int channels_;
+    std::uint64_t framesWritten_ = 0;
     std::optional<SampleQuantizer> quantizer_;
     std::vector<std::int32_t> integers_;  // one piece of quantised frames
 };
