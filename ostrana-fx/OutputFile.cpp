@@ -12,6 +12,7 @@
 #include <random>
 
 #include "CommandError.h"
+#include "ExtendedAttributes.h"
 #include "InterruptCleanup.h"
 
 namespace ostrana::fx {
@@ -176,6 +177,7 @@ void OutputFile::keepOwnerAndMode() {
         // Not permitted: the new file keeps this process's owner.
     }
     fchmod(descriptor_, mode_);
+    attributeWarning_ = ExtendedAttributes::copy(destination_, descriptor_);
 }
 
 bool OutputFile::standardOutput() const {

@@ -152,13 +152,16 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     const int requested = options.encoding.empty()
                               ? SoundFileFormat::encodingForPath(outputPath, options.typeName)
                               : SoundFileFormat::encodingFor(options.encoding);
+    const std::vector<int> channelMap = upmixed ? std::vector<int>() : reader.channelMap();
     const int format = SoundFileFormat::forSize(
-        SoundFileFormat::choose(container, requested, reader.format(), source.channels(),
-                                source.sampleRate()),
+        SoundFileFormat::withLayout(SoundFileFormat::choose(container, requested, reader.format(),
+                                                            source.channels(), source.sampleRate()),
+                                    !channelMap.empty() && source.channels() > 2),
         outputFrames(reader, tail, source.sampleRate()), source.channels());
     chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
     SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
                            reader.tags(), ditherFor(options.dither, reader.format(), format));
+    writer.setChannelMap(channelMap);
     ProgressBar progressBar(ProgressBar::wanted(options.quiet), source.totalFrames());
     Renderer renderer(source, chain, writer, options.blockFrames);
     renderer.setProgressBar(&progressBar);
@@ -175,6 +178,10 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
                                     inputPath + "'; nothing written");
     }
     writer.commit();
+    if (!writer.attributeWarning().empty()) {
+        errors << "ostrana-fx render: warning: output '" << outputPath
+               << "': " << writer.attributeWarning() << std::endl;
+    }
     if (!options.quiet) {
         // Audio written to standard output leaves it to the audio alone.
         printSummary(writer.toStandardOutput() ? errors : out, statistics, chain, source.channels(),

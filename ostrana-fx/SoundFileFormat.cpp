@@ -224,6 +224,11 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
                               std::to_string(sampleRate) + " Hz");
 }
 
+int SoundFileFormat::withLayout(int format, bool hasLayout) {
+    if (!hasLayout || (format & SF_FORMAT_TYPEMASK) != SF_FORMAT_WAV) return format;
+    return SF_FORMAT_WAVEX | (format & SF_FORMAT_SUBMASK);
+}
+
 int SoundFileFormat::forSize(int format, std::uint64_t frames, unsigned int channels) {
     const int container = format & SF_FORMAT_TYPEMASK;
     if (container != SF_FORMAT_WAV && container != SF_FORMAT_WAVEX) return format;

@@ -36,6 +36,9 @@ class SoundFileFormat {
     // container cannot hold the requested encoding, the channels or the rate.
     static int choose(int container, int requestedEncoding, int inputFormat, unsigned int channels,
                       unsigned int sampleRate);
+    // A plain WAV of more than two channels that must carry a speaker layout becomes
+    // WAVE_FORMAT_EXTENSIBLE, the WAV that holds one (float WAVs are plain otherwise).
+    static int withLayout(int format, bool hasLayout);
     // A WAV format that the output's size could take past the 4 GiB a WAV can describe
     // becomes RF64 (which SoundFileWriter asks to be written as a plain WAV when it turns out
     // small); frames 0 means the size is not known, which counts as large. Other formats

@@ -95,6 +95,13 @@ SoundFileTags SoundFileReader::tags() const {
     return tags;
 }
 
+std::vector<int> SoundFileReader::channelMap() const {
+    std::vector<int> map(static_cast<std::size_t>(info_.channels));
+    const int bytes = static_cast<int>(map.size() * sizeof(int));
+    if (sf_command(file_, SFC_GET_CHANNEL_MAP_INFO, map.data(), bytes) != SF_TRUE) return {};
+    return map;
+}
+
 SoundFileReader::~SoundFileReader() {
     if (file_ != nullptr) sf_close(file_);
 }

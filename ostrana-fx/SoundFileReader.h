@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "SampleSource.h"
 #include "SoundFileWriter.h"
@@ -32,6 +33,8 @@ class SoundFileReader : public SampleSource {
     int format() const { return info_.format; }
     // The file's text tags.
     SoundFileTags tags() const;
+    // The speaker of each channel (SF_CHANNEL_MAP_*) where the file says, else empty.
+    std::vector<int> channelMap() const;
     // How many frames the file's header promised when the file is shorter than that (its
     // data cut off), else 0.
     std::uint64_t promisedFrames() const { return promisedFrames_; }

@@ -106,6 +106,13 @@ void SoundFileWriter::checkWritten(int libraryError) const {
         stream_.errorText() + (library.empty() ? "" : " (libsndfile: " + library + ")")));
 }
 
+void SoundFileWriter::setChannelMap(const std::vector<int>& map) {
+    if (map.size() != channels_) return;
+    std::vector<int> copy = map;
+    sf_command(file_, SFC_SET_CHANNEL_MAP_INFO, copy.data(),
+               static_cast<int>(copy.size() * sizeof(int)));
+}
+
 void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) {
     const sf_count_t count = static_cast<sf_count_t>(frames);
     const sf_count_t written = quantizer_ ? writeQuantized(interleaved, count)

@@ -35,12 +35,17 @@ class SoundFileWriter {
     SoundFileWriter(const SoundFileWriter&) = delete;
     SoundFileWriter& operator=(const SoundFileWriter&) = delete;
 
+    // Gives each channel its speaker (SF_CHANNEL_MAP_*), where the container holds a layout;
+    // before any frames are written. An empty map leaves libsndfile's default.
+    void setChannelMap(const std::vector<int>& map);
     // Throws a failure CommandError when the frames cannot all be written.
     void writeFrames(const float* interleaved, std::size_t frames);
     // Completes the file and puts it in place; throws a failure CommandError on error.
     void commit();
 
     const std::string& path() const { return output_.path(); }
+    // What of the replaced file's attributes could not be kept; "" when all were.
+    const std::string& attributeWarning() const { return output_.attributeWarning(); }
     int format() const { return format_; }
     // Whether the audio goes to standard output ("-", /dev/stdout), which then holds nothing else.
     bool toStandardOutput() const { return output_.standardOutput(); }

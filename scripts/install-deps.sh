@@ -12,7 +12,7 @@ packages=(
     dpkg-dev fakeroot file lintian abigail-tools
     lv2-dev liblilv-dev lilv-utils sordi jalv jackd2 libjack-jackd2-dev
     python3-dev python3-venv pybind11-dev python3-numpy python3-pytest python3-soundfile
-    help2man sox flac
+    help2man sox flac acl
     "$@"
 )
 

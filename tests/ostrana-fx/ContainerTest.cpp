@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -21,6 +23,13 @@ namespace {
 int shell(const std::string& commandLine) {
     const int status = std::system(commandLine.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// getfacl's listing of a file's access control list.
+std::string readAccessList(const std::string& path) {
+    const std::string listing = path + ".acl";
+    if (shell("getfacl -c '" + path + "' > '" + listing + "' 2> /dev/null") != 0) return "";
+    return readBytes(listing);
 }
 
 class FxContainerTest : public ::testing::Test {
@@ -112,6 +121,86 @@ TEST_F(FxContainerTest, WavFromAPipeIsAPlainWavWhenSmall) {
     EXPECT_EQ(readBytes(out).substr(0, 4), "RIFF");
     EXPECT_EQ(WavFile::read(out).frames(), 9600u);
     EXPECT_EQ(shell("sox '" + out + "' -n stat 2> /dev/null"), 0);
+}
+
+// A file with a speaker layout, each channel's speaker as libsndfile names it.
+void writeWithLayout(const std::string& path, int format, const std::vector<int>& layout) {
+    SF_INFO info{};
+    info.channels = static_cast<int>(layout.size());
+    info.samplerate = 48000;
+    info.format = format;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+    std::vector<int> map = layout;
+    ASSERT_EQ(sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(),
+                         static_cast<int>(map.size() * sizeof(int))),
+              SF_TRUE);
+    const std::vector<float> audio = makeTestSignal(info.channels, 4800, 48000);
+    sf_writef_float(file, audio.data(), 4800);
+    sf_close(file);
+}
+
+std::vector<int> layoutOf(const std::string& path) {
+    SF_INFO info{};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    if (file == nullptr) return {};
+    std::vector<int> map(static_cast<std::size_t>(info.channels));
+    const bool known = sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(),
+                                  static_cast<int>(map.size() * sizeof(int))) == SF_TRUE;
+    sf_close(file);
+    return known ? map : std::vector<int>();
+}
+
+// 5.1 with side speakers (WAV channel mask 0x60F) and 4.0 (front centre and back centre,
+// 0x107) keep their layouts: they used to come out as 5.1 with back speakers and as quad.
+TEST_F(FxContainerTest, SpeakerLayoutsAreKept) {
+    const std::vector<int> sideFivePointOne{SF_CHANNEL_MAP_LEFT,      SF_CHANNEL_MAP_RIGHT,
+                                            SF_CHANNEL_MAP_CENTER,    SF_CHANNEL_MAP_LFE,
+                                            SF_CHANNEL_MAP_SIDE_LEFT, SF_CHANNEL_MAP_SIDE_RIGHT};
+    const std::vector<int> fourPointZero{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT,
+                                         SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_REAR_CENTER};
+    const struct {
+        const char* in;
+        const char* out;
+        int format;
+        std::vector<int> layout;
+    } cases[] = {
+        {"side.wav", "side-out.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, sideFivePointOne},
+        {"four.wav", "four-out.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, fourPointZero},
+        {"float.wav", "float-out.wav", SF_FORMAT_WAVEX | SF_FORMAT_FLOAT, sideFivePointOne},
+        {"side.aiff", "side-out.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16, fourPointZero},
+    };
+    for (const auto& c : cases) {
+        writeWithLayout(directory.file(c.in), c.format, c.layout);
+        const FxRun run = render(c.in, c.out);
+        ASSERT_EQ(run.exitStatus, 0) << c.out << ": " << run.err;
+        EXPECT_EQ(layoutOf(directory.file(c.out)), c.layout) << c.out;
+    }
+}
+
+TEST_F(FxContainerTest, ExtendedAttributesAndAccessListOfAReplacedFileAreKept) {
+    write("in.wav", 48000, 4800);
+    const std::string out = directory.file("out.wav");
+    ASSERT_EQ(render("in.wav", "out.wav").exitStatus, 0);
+    const std::string comment = "keep me";
+    if (setxattr(out.c_str(), "user.comment", comment.data(), comment.size(), 0) != 0) {
+        GTEST_SKIP() << "this file system holds no extended attributes here";
+    }
+    const bool withAccessList = shell("command -v setfacl > /dev/null") == 0;
+    if (withAccessList) {
+        ASSERT_EQ(chmod(out.c_str(), 0640), 0);
+        ASSERT_EQ(shell("setfacl -m u:nobody:rw -m m::rw- '" + out + "'"), 0);
+    }
+    const std::string accessList = withAccessList ? readAccessList(out) : "";
+    ASSERT_EQ(render("in.wav", "out.wav").exitStatus, 0);
+    char value[64] = {};
+    ASSERT_EQ(getxattr(out.c_str(), "user.comment", value, sizeof value),
+              static_cast<ssize_t>(comment.size()));
+    EXPECT_EQ(std::string(value), comment);
+    if (!withAccessList) GTEST_SKIP() << "setfacl is not installed: the access list is untested";
+    EXPECT_EQ(readAccessList(out), accessList);
+    EXPECT_NE(accessList.find("group::r--"), std::string::npos) << accessList;
+    EXPECT_NE(accessList.find("user:nobody:rw-"), std::string::npos) << accessList;
 }
 
 }  // namespace
