@@ -14,12 +14,14 @@
 #include "CommandError.h"
 #include "DemoCommand.h"
 #include "DescribeCommand.h"
+#include "FormatsCommand.h"
 #include "ListCommand.h"
 #include "NodeCatalog.h"
 #include "ParamsCommand.h"
 #include "RenderCommand.h"
 #include "RenderOptions.h"
 #include "SoundFileFormat.h"
+#include "StatsCommand.h"
 #include "Suggestion.h"
 #include "TextList.h"
 
@@ -28,7 +30,8 @@ namespace ostrana::fx {
 namespace {
 
 constexpr unsigned int kLargestBlock = 1u << 20;
-constexpr const char* kCommands[] = {"list", "describe", "params", "render", "demo"};
+constexpr const char* kCommands[] = {"list", "describe", "params", "render",
+                                     "demo", "formats",  "stats"};
 
 // A value that is really the next option ("--node --quiet") means the value is missing.
 CLI::Validator notAnOption(const std::string& what) {
@@ -305,6 +308,37 @@ int CommandLine::run(int argc, char** argv) {
         ->type_name("TEXT");
     render->add_flag("--force", renderOptions.force,
                      "Replace write-protected outputs and, in a batch, the inputs themselves");
+    render->add_option("--gain", renderOptions.gainDb, "Scale the output by DB decibels (-6, 3.5)")
+        ->type_name("DB")
+        ->check(CLI::Range(-120.0, 60.0));
+    render
+        ->add_option("--normalize", renderOptions.normalizePeakDb,
+                     "Scale the output so that its peak is PEAK_DB dBFS (default -1); renders "
+                     "twice, so not from standard input")
+        ->type_name("[PEAK_DB]")
+        ->expected(0, 1)
+        ->default_str("-1")
+        ->check(CLI::Range(-120.0, 0.0));
+    render
+        ->add_option("--trim", renderOptions.trim,
+                     "Keep the input from START seconds (for LENGTH seconds) before the chain")
+        ->type_name("START[,LENGTH]");
+    render
+        ->add_option("--fade-in", renderOptions.fadeInSeconds,
+                     "Fade the (trimmed) input in over SECONDS, before the chain")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 3600.0));
+    render
+        ->add_option("--fade-out", renderOptions.fadeOutSeconds,
+                     "Fade the (trimmed) input out over its last SECONDS; echoes ring on after it")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 3600.0));
+    render
+        ->add_option("--quality", renderOptions.quality,
+                     "0 to 10: sound and size of mp3, ogg and opus (10 best, largest); for flac "
+                     "(lossless) how little it compresses")
+        ->type_name("Q")
+        ->check(CLI::Range(0.0, 10.0));
     render->add_flag("--allow-out-of-range", renderOptions.allowOutOfRange,
                      "Let --set values outside a parameter's range through");
     render->add_flag("--upmix", renderOptions.upmix, "Duplicate a mono input into two channels");
@@ -320,6 +354,16 @@ int CommandLine::run(int argc, char** argv) {
     CLI::App* demo = app.add_subcommand(
         "demo", "Synthesise a test signal and render it through every effect into DIR");
     demo->add_option("DIR", demoDirectory, "Output directory (default demo-out)");
+
+    CLI::App* formats = app.add_subcommand(
+        "formats", "List the extensions render writes, with the sample formats each holds");
+
+    std::string statsPath;
+    bool statsJson = false;
+    CLI::App* stats = app.add_subcommand(
+        "stats", "Print a sound file's length, peak, RMS, DC offset and clipped samples");
+    stats->add_option("FILE", statsPath, "The sound file ('-' reads standard input)")->required();
+    stats->add_flag("--json", statsJson, "Print JSON instead of text");
 
     if (argc > 1 && argv[1][0] != '-' && !isCommand(app, argv[1])) {
         const std::vector<std::string> commands(std::begin(kCommands), std::end(kCommands));
@@ -360,6 +404,10 @@ int CommandLine::run(int argc, char** argv) {
             RenderCommand::run(renderOptions, std::cout, std::cerr);
         } else if (*demo) {
             DemoCommand::run(demoDirectory, std::cout);
+        } else if (*formats) {
+            FormatsCommand::run(std::cout);
+        } else if (*stats) {
+            StatsCommand::run(statsPath, statsJson, std::cout);
         }
     } catch (const CommandError& error) {
         return reportError(command, static_cast<int>(error.status()), error.what());

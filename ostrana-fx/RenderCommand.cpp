@@ -11,7 +11,9 @@
 
 #include "BatchOutputs.h"
 #include "CommandError.h"
-#include "MonoToStereoSource.h"
+#include "FrameSink.h"
+#include "InputStage.h"
+#include "LevelMeter.h"
 #include "NodeChain.h"
 #include "ProgressBar.h"
 #include "Renderer.h"
@@ -64,12 +66,16 @@ SampleQuantizer::Dither ditherFor(const std::string& choice, int inputFormat, in
 
 // The most frames the output can have: the input's and the longest tail; 0 when the input's
 // length is not known (a pipe, or a header that does not say).
-std::uint64_t outputFrames(const SoundFileReader& reader, const TailLength& tail,
-                           unsigned int sampleRate) {
-    if (reader.path() == "-" || reader.totalFrames() == 0) return 0;
+std::uint64_t outputFrames(const SampleSource& source, const std::string& inputPath,
+                           const TailLength& tail) {
+    if (inputPath == "-" || source.totalFrames() == 0) return 0;
     const double tailSeconds = tail.automatic ? Renderer::kLongestAutomaticTail : tail.seconds;
-    return reader.totalFrames() +
-           static_cast<std::uint64_t>(std::ceil(tailSeconds * static_cast<double>(sampleRate)));
+    return source.totalFrames() + static_cast<std::uint64_t>(std::ceil(
+                                      tailSeconds * static_cast<double>(source.sampleRate())));
+}
+
+double decibelsToGain(double decibels) {
+    return std::pow(10.0, decibels / 20.0);
 }
 
 std::string plural(std::uint64_t count, const std::string& word) {
@@ -98,7 +104,7 @@ void printSummary(std::ostream& out, const RenderStatistics& statistics, const N
 
 // Warnings about what the render found; none when all went well.
 std::vector<std::string> findings(const RenderStatistics& statistics, const SoundFileReader& reader,
-                                  bool sanitize) {
+                                  bool sanitize, const std::string& outputPath) {
     std::vector<std::string> warnings;
     if (reader.promisedFrames() > 0) {
         warnings.push_back("input '" + reader.path() + "' is cut off: its header promised " +
@@ -115,7 +121,8 @@ std::vector<std::string> findings(const RenderStatistics& statistics, const Soun
         char peak[32];
         std::snprintf(peak, sizeof peak, "%.3f", statistics.peak);
         warnings.push_back(plural(statistics.clipped, "output sample") +
-                           " went beyond full scale and were clipped (peak " + peak + ")");
+                           " went beyond full scale and were clipped in '" + outputPath +
+                           "' (peak " + peak + "; --gain or --normalize lowers the level)");
     }
     return warnings;
 }
@@ -140,36 +147,40 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     const TailLength tail = tailLength(options, chain);
     const int container = SoundFileFormat::containerForPath(outputPath, options.typeName);
     OutputFile::checkReplaceable(outputPath, options.force);
-    SoundFileReader reader(inputPath);
-    if (options.upmix && reader.channels() != 1) {
-        throw CommandError::usage("--upmix duplicates a mono input, and '" + inputPath + "' has " +
-                                  plural(reader.channels(), "channel") +
-                                  "; nothing written (leave --upmix out)");
+    if (options.normalizePeakDb && inputPath == "-") {
+        throw CommandError::usage(
+            "--normalize reads the input twice, and standard input can be read only once; give "
+            "a file name (or --gain DB)");
     }
-    std::optional<MonoToStereoSource> upmixed;
-    if (options.upmix) upmixed.emplace(reader);
-    SampleSource& source = upmixed ? static_cast<SampleSource&>(*upmixed) : reader;
+    InputStage input(options, inputPath);
+    SoundFileReader& reader = input.reader();
+    SampleSource& source = input.source();
     const int requested = options.encoding.empty()
                               ? SoundFileFormat::encodingForPath(outputPath, options.typeName)
                               : SoundFileFormat::encodingFor(options.encoding);
-    const std::vector<int> channelMap = upmixed ? std::vector<int>() : reader.channelMap();
+    const std::vector<int> channelMap = input.upmixed() ? std::vector<int>() : reader.channelMap();
     const int format = SoundFileFormat::forSize(
         SoundFileFormat::withLayout(SoundFileFormat::choose(container, requested, reader.format(),
                                                             source.channels(), source.sampleRate()),
                                     !channelMap.empty() && source.channels() > 2),
-        outputFrames(reader, tail, source.sampleRate()), source.channels());
+        outputFrames(source, inputPath, tail), source.channels());
+    const float gain = options.normalizePeakDb ? normalizingGain(options, inputPath, tail, errors)
+                                               : decibelsToGain(options.gainDb.value_or(0.0));
     chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
     SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
                            reader.tags(), ditherFor(options.dither, reader.format(), format));
     writer.setChannelMap(channelMap);
+    if (options.quality) writer.setQuality(*options.quality);
     ProgressBar progressBar(ProgressBar::wanted(options.quiet), source.totalFrames());
     Renderer renderer(source, chain, writer, options.blockFrames);
     renderer.setProgressBar(&progressBar);
     renderer.setTail(tail);
     renderer.setSanitize(options.sanitize);
+    renderer.setGain(gain);
     renderer.setCountClipping(SoundFileFormat::isInteger(format));
     const RenderStatistics statistics = renderer.run();
-    const std::vector<std::string> warnings = findings(statistics, reader, options.sanitize);
+    const std::vector<std::string> warnings =
+        findings(statistics, reader, options.sanitize, outputPath);
     for (const std::string& warning : warnings) {
         errors << "ostrana-fx render: warning: " << warning << std::endl;
     }
@@ -187,6 +198,32 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
         printSummary(writer.toStandardOutput() ? errors : out, statistics, chain, source.channels(),
                      source.sampleRate(), outputPath);
     }
+}
+
+// --normalize: a first pass through a fresh chain measures the output's peak; the render is
+// the same operations on the same input, so the second pass peaks exactly where asked.
+float RenderCommand::normalizingGain(const RenderOptions& options, const std::string& inputPath,
+                                     const TailLength& tail, std::ostream& errors) {
+    NodeChain chain;
+    buildChain(options, chain);
+    InputStage input(options, inputPath);
+    SampleSource& source = input.source();
+    chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
+    DiscardingSink nowhere;
+    LevelMeter meter;
+    Renderer renderer(source, chain, nowhere, options.blockFrames);
+    renderer.setTail(tail);
+    renderer.setSanitize(options.sanitize);
+    renderer.setLevelMeter(&meter);
+    renderer.run();
+    if (!(meter.peak() > 0.0f) || !std::isfinite(meter.peak())) {
+        errors << "ostrana-fx render: warning: '" << inputPath
+               << "' renders to silence (or to samples that are not finite): --normalize left "
+                  "the level as it is"
+               << std::endl;
+        return 1.0f;
+    }
+    return static_cast<float>(decibelsToGain(*options.normalizePeakDb) / meter.peak());
 }
 
 void RenderCommand::run(const RenderOptions& options, std::ostream& out, std::ostream& errors) {

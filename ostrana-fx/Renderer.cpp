@@ -7,7 +7,7 @@
 
 namespace ostrana::fx {
 
-Renderer::Renderer(SampleSource& source, NodeChain& chain, SoundFileWriter& writer,
+Renderer::Renderer(SampleSource& source, NodeChain& chain, FrameSink& writer,
                    unsigned int blockFrames)
     : source_(source),
       chain_(chain),
@@ -34,6 +34,11 @@ void Renderer::interleaveOutput(float* interleaved, std::size_t frames) const {
             interleaved[frame * channels_ + channel] = samples[frame];
         }
     }
+}
+
+void Renderer::applyGain(float* interleaved, std::size_t frames) const {
+    if (gain_ == 1.0f) return;
+    for (std::size_t i = 0; i < frames * channels_; ++i) interleaved[i] *= gain_;
 }
 
 std::size_t Renderer::fillChunk(float* interleaved, std::size_t maxFrames) {
@@ -137,6 +142,7 @@ RenderStatistics Renderer::run() {
         }
         const bool ended = keep < chunk;
         statistics.tailFrames -= chunk - keep;
+        applyGain(outputChunk.data(), keep);
         inspectOutput(outputChunk.data(), keep, statistics);
         if (levelMeter_ != nullptr) levelMeter_->observe(outputChunk.data(), keep, channels_);
         writer_.writeFrames(outputChunk.data(), keep);

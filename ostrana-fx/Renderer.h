@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "FrameSink.h"
 #include "LevelMeter.h"
 #include "NodeChain.h"
 #include "ProgressBar.h"
 #include "SampleSource.h"
-#include "SoundFileWriter.h"
 
 namespace ostrana::fx {
 
@@ -40,8 +40,7 @@ struct RenderStatistics {
 class Renderer {
   public:
     // chain must have been prepared for the source's channels and rate and blockFrames.
-    Renderer(SampleSource& source, NodeChain& chain, SoundFileWriter& writer,
-             unsigned int blockFrames);
+    Renderer(SampleSource& source, NodeChain& chain, FrameSink& writer, unsigned int blockFrames);
 
     void setProgressBar(ProgressBar* progressBar) { progressBar_ = progressBar; }
     void setTail(TailLength tail) { tail_ = tail; }
@@ -50,6 +49,8 @@ class Renderer {
     // Count output samples beyond full scale (for integer output formats).
     void setCountClipping(bool countClipping) { countClipping_ = countClipping; }
     void setLevelMeter(LevelMeter* levelMeter) { levelMeter_ = levelMeter; }
+    // Scale the output by gain (--gain, --normalize); 1 leaves it exactly as computed.
+    void setGain(float gain) { gain_ = gain; }
 
     // Renders everything the source holds; throws a CommandError when reading or writing
     // fails. The writer is not committed here.
@@ -79,10 +80,11 @@ class Renderer {
                                  std::size_t firstTailFrame);
     void deinterleaveInput(const float* interleaved, std::size_t frames);
     void interleaveOutput(float* interleaved, std::size_t frames) const;
+    void applyGain(float* interleaved, std::size_t frames) const;
 
     SampleSource& source_;
     NodeChain& chain_;
-    SoundFileWriter& writer_;
+    FrameSink& writer_;
     unsigned int blockFrames_;
     unsigned int channels_;
     ProgressBar* progressBar_ = nullptr;
@@ -90,6 +92,7 @@ class Renderer {
     TailLength tail_{false, 0.0};
     bool sanitize_ = false;
     bool countClipping_ = false;
+    float gain_ = 1.0f;
     std::uint64_t quietFrames_ = 0;
 };
 

@@ -309,6 +309,28 @@ unsigned int SoundFileFormat::bytesPerSample(int format) {
     }
 }
 
+std::vector<std::string> SoundFileFormat::encodingsOf(int container, int only) {
+    std::vector<std::string> names;
+    for (const NamedFormat& encoding : kEncodings) {
+        if (only == 0 && fits(container | encoding.format, 2, 48000)) {
+            names.emplace_back(encoding.name);
+        }
+    }
+    // Compressed encodings only in their own containers (libsndfile also puts MP3 in a WAV).
+    if (container != SF_FORMAT_OGG && container != SF_FORMAT_MPEG) return names;
+    for (const int encoding : {SF_FORMAT_VORBIS, SF_FORMAT_OPUS, SF_FORMAT_MPEG_LAYER_III}) {
+        if ((only == 0 || only == encoding) && fits(container | encoding, 2, 48000)) {
+            names.push_back(formatName(encoding));
+            if (only == 0) break;  // the first one is what the container gets
+        }
+    }
+    return names;
+}
+
+std::string SoundFileFormat::containerName(int container) {
+    return formatName(container);
+}
+
 std::string SoundFileFormat::describe(int format) {
     return formatName(format & SF_FORMAT_TYPEMASK) + ", " + formatName(format & SF_FORMAT_SUBMASK);
 }

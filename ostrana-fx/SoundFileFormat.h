@@ -51,6 +51,11 @@ class SoundFileFormat {
     // The bits of precision an input's encoding carries: its integer bits, the bits an ALAC
     // file was made from, 0 for float and for lossy encodings (which decode to float).
     static unsigned int sourceBits(int format);
+    // The sample formats a container holds for stereo at 48 kHz, by --format name (or
+    // libsndfile's name for compressed ones); only `only` when that is not 0.
+    static std::vector<std::string> encodingsOf(int container, int only);
+    // libsndfile's name of a container ("WAV (Microsoft)").
+    static std::string containerName(int container);
     // "WAV (float)", for messages.
     static std::string describe(int format);
 };

@@ -113,6 +113,18 @@ void SoundFileWriter::setChannelMap(const std::vector<int>& map) {
                static_cast<int>(copy.size() * sizeof(int)));
 }
 
+void SoundFileWriter::setQuality(double quality) {
+    const int container = format_ & SF_FORMAT_TYPEMASK;
+    if (container != SF_FORMAT_FLAC && container != SF_FORMAT_OGG && container != SF_FORMAT_MPEG) {
+        throw CommandError::usage("--quality applies to flac, ogg, opus and mp3 output, not to " +
+                                  SoundFileFormat::describe(format_));
+    }
+    double level = 1.0 - quality / 10.0;
+    if (sf_command(file_, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level) != SF_TRUE) {
+        throw CommandError::failure(cannotWrite("libsndfile refused the quality setting"));
+    }
+}
+
 void SoundFileWriter::writeFrames(const float* interleaved, std::size_t frames) {
     const sf_count_t count = static_cast<sf_count_t>(frames);
     const sf_count_t written = quantizer_ ? writeQuantized(interleaved, count)

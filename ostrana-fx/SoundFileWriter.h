@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "FrameSink.h"
 #include "OutputFile.h"
 #include "SampleQuantizer.h"
 #include "SoundFileStream.h"
@@ -21,7 +22,7 @@ using SoundFileTags = std::map<int, std::string>;
 // Writes a sound file of interleaved 32-bit float frames in a libsndfile format, through an
 // OutputFile: a regular file takes its place only on commit(), and a writer destroyed without
 // commit() leaves the destination untouched and nothing behind.
-class SoundFileWriter {
+class SoundFileWriter : public FrameSink {
   public:
     // Opens the output; throws a CommandError naming path when it cannot: a usage error when
     // the format needs to seek and the output cannot (a pipe), a failure otherwise. Tags the
@@ -31,15 +32,19 @@ class SoundFileWriter {
     SoundFileWriter(const std::string& path, unsigned int channels, unsigned int sampleRate,
                     int format, const SoundFileTags& tags = {},
                     SampleQuantizer::Dither dither = SampleQuantizer::Dither::None);
-    ~SoundFileWriter();
+    ~SoundFileWriter() override;
     SoundFileWriter(const SoundFileWriter&) = delete;
     SoundFileWriter& operator=(const SoundFileWriter&) = delete;
 
     // Gives each channel its speaker (SF_CHANNEL_MAP_*), where the container holds a layout;
     // before any frames are written. An empty map leaves libsndfile's default.
     void setChannelMap(const std::vector<int>& map);
+    // --quality, 0 to 10 (libsndfile's compression level, reversed: 10 is its level 0): the
+    // sound and size of MP3, Vorbis and Opus, how hard FLAC compresses. Before any frames;
+    // throws a usage CommandError for other containers.
+    void setQuality(double quality);
     // Throws a failure CommandError when the frames cannot all be written.
-    void writeFrames(const float* interleaved, std::size_t frames);
+    void writeFrames(const float* interleaved, std::size_t frames) override;
     // Completes the file and puts it in place; throws a failure CommandError on error.
     void commit();
 

@@ -21,6 +21,8 @@ section() {
     section "LIST" list
     section "DESCRIBE" describe
     section "DEMO" demo
+    section "FORMATS" formats
+    section "STATS" stats
     printf '[EXIT STATUS]\n0 success, 1 a failure while running, 2 a usage error (anything known before audio is read).\n\n'
     printf '[SEE ALSO]\nThe README of OstranaAudioEffects.\n'
 } >"$include"
