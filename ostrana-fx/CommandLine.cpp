@@ -334,6 +334,12 @@ int CommandLine::run(int argc, char** argv) {
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 3600.0));
     render
+        ->add_option("--channels", renderOptions.channels,
+                     "The input channels the chain processes (1,2 or 3-6, from 1); the others "
+                     "pass through untouched")
+        ->type_name("LIST")
+        ->check(notAnOption("channel list"));
+    render
         ->add_option("--quality", renderOptions.quality,
                      "0 to 10: sound and size of mp3, ogg and opus (10 best, largest); for flac "
                      "(lossless) how little it compresses")

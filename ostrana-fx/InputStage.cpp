@@ -1,5 +1,6 @@
 #include "InputStage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -47,6 +48,46 @@ InputStage::InputStage(const RenderOptions& options, const std::string& path) : 
         throw CommandError::usage("--fade-out needs to know where the input ends, and '" + path +
                                   "' does not say; give a file name or --trim START,LENGTH");
     }
+}
+
+std::vector<unsigned int> InputStage::processedChannels(const std::string& list) const {
+    if (list.empty()) return {};
+    const unsigned int channels = shaped_->channels();
+    const auto refuse = [&](const std::string& why) {
+        return CommandError::usage("--channels '" + list + "': " + why +
+                                   " (channels are counted from 1, as in --channels 1,2 or 3-6)");
+    };
+    std::vector<bool> chosen(channels, false);
+    std::size_t at = 0;
+    while (at <= list.size()) {
+        const std::size_t comma = std::min(list.find(',', at), list.size());
+        const std::string item = list.substr(at, comma - at);
+        const std::size_t dash = item.find('-');
+        const std::string first = item.substr(0, dash);
+        const std::string last = dash == std::string::npos ? first : item.substr(dash + 1);
+        const auto number = [&](const std::string& text) -> unsigned int {
+            if (text.empty() || text.size() > 6 ||
+                text.find_first_not_of("0123456789") != std::string::npos) {
+                throw refuse("'" + item + "' is not a channel or a range of channels");
+            }
+            const unsigned long value = std::stoul(text);
+            if (value < 1 || value > channels) {
+                throw refuse("the input has " + std::to_string(channels) + " channels, not " +
+                             text);
+            }
+            return static_cast<unsigned int>(value);
+        };
+        const unsigned int from = number(first);
+        const unsigned int to = number(last);
+        if (to < from) throw refuse("'" + item + "' runs backwards");
+        for (unsigned int channel = from; channel <= to; ++channel) chosen[channel - 1] = true;
+        at = comma + 1;
+    }
+    std::vector<unsigned int> processed;
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        if (chosen[channel]) processed.push_back(channel);
+    }
+    return processed;
 }
 
 ShapedSource::Shape InputStage::shape(const RenderOptions& options) const {

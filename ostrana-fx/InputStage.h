@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "MonoToStereoSource.h"
 #include "RenderOptions.h"
@@ -18,6 +19,10 @@ class InputStage {
     InputStage(const RenderOptions& options, const std::string& path);
     InputStage(const InputStage&) = delete;
     InputStage& operator=(const InputStage&) = delete;
+
+    // The channels --channels names ("1,3", "2-4"; counted from 1) as 0-based indexes, in
+    // the order of the file; empty for all. Throws a usage CommandError for a bad list.
+    std::vector<unsigned int> processedChannels(const std::string& list) const;
 
     SoundFileReader& reader() { return reader_; }
     const SoundFileReader& reader() const { return reader_; }

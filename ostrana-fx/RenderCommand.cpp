@@ -74,6 +74,17 @@ std::uint64_t outputFrames(const SampleSource& source, const std::string& inputP
                                       tailSeconds * static_cast<double>(source.sampleRate())));
 }
 
+// Prepares the chain for the channels it processes (--channels, else all); returns them.
+std::vector<unsigned int> prepareChain(const RenderOptions& options, InputStage& input,
+                                       const std::string& inputPath, NodeChain& chain) {
+    const std::vector<unsigned int> processed = input.processedChannels(options.channels);
+    SampleSource& source = input.source();
+    const auto channels =
+        processed.empty() ? source.channels() : static_cast<unsigned int>(processed.size());
+    chain.prepare(channels, source.sampleRate(), options.blockFrames, inputPath);
+    return processed;
+}
+
 double decibelsToGain(double decibels) {
     return std::pow(10.0, decibels / 20.0);
 }
@@ -166,7 +177,7 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
         outputFrames(source, inputPath, tail), source.channels());
     const float gain = options.normalizePeakDb ? normalizingGain(options, inputPath, tail, errors)
                                                : decibelsToGain(options.gainDb.value_or(0.0));
-    chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
+    const std::vector<unsigned int> processed = prepareChain(options, input, inputPath, chain);
     SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
                            reader.tags(), ditherFor(options.dither, reader.format(), format));
     writer.setChannelMap(channelMap);
@@ -177,6 +188,7 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     renderer.setTail(tail);
     renderer.setSanitize(options.sanitize);
     renderer.setGain(gain);
+    renderer.setProcessedChannels(processed);
     renderer.setCountClipping(SoundFileFormat::isInteger(format));
     const RenderStatistics statistics = renderer.run();
     const std::vector<std::string> warnings =
@@ -208,10 +220,11 @@ float RenderCommand::normalizingGain(const RenderOptions& options, const std::st
     buildChain(options, chain);
     InputStage input(options, inputPath);
     SampleSource& source = input.source();
-    chain.prepare(source.channels(), source.sampleRate(), options.blockFrames, inputPath);
+    const std::vector<unsigned int> processed = prepareChain(options, input, inputPath, chain);
     DiscardingSink nowhere;
     LevelMeter meter;
     Renderer renderer(source, chain, nowhere, options.blockFrames);
+    renderer.setProcessedChannels(processed);
     renderer.setTail(tail);
     renderer.setSanitize(options.sanitize);
     renderer.setLevelMeter(&meter);

@@ -37,6 +37,7 @@ struct RenderOptions {
     double fadeInSeconds = 0.0;
     double fadeOutSeconds = 0.0;
     std::optional<double> quality;
+    std::string channels;  // --channels: the input channels the chain processes
     bool allowOutOfRange = false;
     bool upmix = false;
     bool sanitize = false;

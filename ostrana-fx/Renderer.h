@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "FrameSink.h"
 #include "LevelMeter.h"
@@ -49,6 +50,10 @@ class Renderer {
     // Count output samples beyond full scale (for integer output formats).
     void setCountClipping(bool countClipping) { countClipping_ = countClipping; }
     void setLevelMeter(LevelMeter* levelMeter) { levelMeter_ = levelMeter; }
+    // The file channels the chain processes, in order (--channels); the others pass through
+    // untouched. Empty (the default): every channel. The chain must have been prepared for
+    // as many channels as are selected.
+    void setProcessedChannels(std::vector<unsigned int> channels);
     // Scale the output by gain (--gain, --normalize); 1 leaves it exactly as computed.
     void setGain(float gain) { gain_ = gain; }
 
@@ -79,7 +84,8 @@ class Renderer {
     std::size_t framesUntilQuiet(const float* interleaved, std::size_t frames,
                                  std::size_t firstTailFrame);
     void deinterleaveInput(const float* interleaved, std::size_t frames);
-    void interleaveOutput(float* interleaved, std::size_t frames) const;
+    // The chain's block into the output; the channels it does not process come from input.
+    void interleaveOutput(float* interleaved, const float* input, std::size_t frames) const;
     void applyGain(float* interleaved, std::size_t frames) const;
 
     SampleSource& source_;
@@ -93,6 +99,7 @@ class Renderer {
     bool sanitize_ = false;
     bool countClipping_ = false;
     float gain_ = 1.0f;
+    std::vector<unsigned int> processed_;  // file channel of each chain channel
     std::uint64_t quietFrames_ = 0;
 };
 

@@ -136,6 +136,29 @@ TEST_F(FxFinishingTest, UpmixOfAnInputThatIsNotMonoIsRefused) {
     EXPECT_NE(run.err.find("--upmix duplicates a mono input"), std::string::npos) << run.err;
 }
 
+// --channels 2: the delay runs on the second channel alone; the first passes through.
+TEST_F(FxFinishingTest, ChannelsNotChosenPassThrough) {
+    const FxRun run = render("out.wav", {"--tail", "0", "--channels", "2", "--node", "delay"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    std::vector<float> first;
+    std::vector<float> second;
+    for (std::size_t frame = 0; frame < kFrames; ++frame) {
+        first.push_back(input[2 * frame]);
+        second.push_back(input[2 * frame + 1]);
+    }
+    const std::vector<float> processed =
+        renderInProcess({{"AudioEffects.Delay"}}, second, 1, kRate, 512);
+    const std::vector<float> got = WavFile::read(directory.file("out.wav")).samples;
+    ASSERT_EQ(got.size(), 2 * kFrames);
+    for (std::size_t frame = 0; frame < kFrames; ++frame) {
+        ASSERT_EQ(got[2 * frame], first[frame]) << frame;
+        ASSERT_EQ(got[2 * frame + 1], processed[frame]) << frame;
+    }
+    const FxRun bad = render("bad.wav", {"--channels", "3", "--node", "delay"});
+    EXPECT_EQ(bad.exitStatus, 2);
+    EXPECT_NE(bad.err.find("the input has 2 channels, not 3"), std::string::npos) << bad.err;
+}
+
 TEST(FxFormatsTest, ListsTheWritableExtensionsWithTheirSampleFormats) {
     const FxRun run = FxProcess::run({"formats"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;
