@@ -62,14 +62,20 @@ CLI::Validator blockFrames() {
         "");
 }
 
-// --tail: "auto", or seconds from 0 to an hour.
+// --tail: "auto" (in any case), or decimal seconds from 0 to an hour (no hexadecimal, no
+// exponent: 0x10 is not 16 s).
 CLI::Validator tailSeconds() {
     return CLI::Validator(
         [](std::string& value) -> std::string {
-            if (value == "auto") return "";
+            std::string lower = value;
+            for (char& c : lower)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            if (lower == "auto") return "";
             char* end = nullptr;
             const double seconds = std::strtod(value.c_str(), &end);
-            if (value.empty() || *end != '\0' || !(seconds >= 0.0 && seconds <= 3600.0)) {
+            const bool decimal = value.find_first_not_of("0123456789.") == std::string::npos;
+            if (value.empty() || !decimal || *end != '\0' ||
+                !(seconds >= 0.0 && seconds <= 3600.0)) {
                 return "'" + value + "' is neither auto nor a number of seconds from 0 to 3600";
             }
             return "";
@@ -152,6 +158,16 @@ bool isCommand(const CLI::App& app, const std::string& word) {
         if (command->check_name(word)) return true;
     }
     return false;
+}
+
+// CLI11 starts its messages with a capital ("The following argument was not expected"); the
+// tool's own start in lower case.
+std::string lowerFirst(std::string text) {
+    if (text.size() > 1 && std::isupper(static_cast<unsigned char>(text[0])) &&
+        std::islower(static_cast<unsigned char>(text[1]))) {
+        text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+    }
+    return text;
 }
 
 }  // namespace
@@ -386,15 +402,15 @@ int CommandLine::run(int argc, char** argv) {
     } catch (const CLI::ExtrasError& error) {
         return reportError(
             parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-            std::string(error.what()) + suggestForExtras(app, words) + " (see --help)");
+            lowerFirst(error.what()) + suggestForExtras(app, words) + " (see --help)");
     } catch (const CLI::RequiredError& error) {
         const std::string misspelt = misspeltOption(app, words);
         return reportError(
             parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-            (misspelt.empty() ? std::string(error.what()) : misspelt) + " (see --help)");
+            (misspelt.empty() ? lowerFirst(error.what()) : misspelt) + " (see --help)");
     } catch (const CLI::ParseError& error) {
         return reportError(parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-                           std::string(error.what()) + " (see --help)");
+                           lowerFirst(error.what()) + " (see --help)");
     }
 
     const std::string command = parsedSubcommand(app);

@@ -1,5 +1,6 @@
 #include "RenderCommand.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -43,7 +44,9 @@ void buildChain(const RenderOptions& options, NodeChain& chain) {
 // --tail: "auto", "0" or a number of seconds. The automatic tail is the default for chains
 // of the effect nodes, which are all built on delay lines that ring on after the input.
 TailLength tailLength(const RenderOptions& options, const NodeChain& chain) {
-    if (options.tail == "auto") {
+    std::string tail = options.tail;
+    for (char& c : tail) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (tail == "auto") {
         bool delayBased = false;
         for (const std::string& type : chain.types()) {
             if (EffectCatalogue::find(type) != nullptr) delayBased = true;

@@ -52,6 +52,13 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
+// Containers libsndfile lists but that render does not offer: SD2 cannot be written on this
+// platform, and ".mpc" means Musepack to most people, not the Akai MPC 2000 format
+// libsndfile would write.
+bool offered(const std::string& extension) {
+    return extension != "sd2" && extension != "mpc";
+}
+
 // libsndfile's writable containers with the extension it gives each.
 std::vector<std::pair<std::string, int>> libraryContainers() {
     std::vector<std::pair<std::string, int>> containers;
@@ -61,7 +68,9 @@ std::vector<std::pair<std::string, int>> libraryContainers() {
         SF_FORMAT_INFO info{};
         info.format = i;
         sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &info, sizeof info);
-        if (info.extension != nullptr) containers.emplace_back(info.extension, info.format);
+        if (info.extension != nullptr && offered(info.extension)) {
+            containers.emplace_back(info.extension, info.format);
+        }
     }
     return containers;
 }
@@ -160,6 +169,15 @@ int SoundFileFormat::containerForPath(const std::string& path, const std::string
                                       "': not a format ostrana-fx can "
                                       "write; formats: " +
                                       TextList::join(containerNames()));
+        }
+        // A name whose extension says another format would hold what it does not say.
+        const std::string named = extensionOf(path);
+        const int namedContainer = named.empty() ? 0 : containerFor(named);
+        if (namedContainer != 0 && (namedContainer != container ||
+                                    encodingForPath(path, "") != encodingForPath("", typeName))) {
+            throw CommandError::usage("--type " + typeName + " for output '" + path +
+                                      "', whose extension says ." + named +
+                                      "; rename the output or leave --type out");
         }
         return container;
     }
