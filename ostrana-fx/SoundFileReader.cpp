@@ -18,6 +18,23 @@ std::string cannotRead(const std::string& path, const std::string& reason) {
     return "cannot read input '" + path + "': " + reason;
 }
 
+// Why libsndfile could not open a file, in the tool's words first, then libsndfile's.
+std::string openFailure(int error) {
+    std::string library = sf_error_number(error);
+    while (!library.empty() && (library.back() == '.' || library.back() == ';')) library.pop_back();
+    switch (error) {
+        case SF_ERR_UNRECOGNISED_FORMAT:
+            return "not a sound file in a format libsndfile reads (libsndfile: " + library + ")";
+        case SF_ERR_MALFORMED_FILE:
+            return "a damaged sound file (libsndfile: " + library + ")";
+        case SF_ERR_UNSUPPORTED_ENCODING:
+            return "a sound file whose encoding libsndfile cannot read (libsndfile: " + library +
+                   ")";
+        default:
+            return sf_strerror(nullptr);
+    }
+}
+
 }  // namespace
 
 SoundFileReader::SoundFileReader(const std::string& path) : path_(path) {
@@ -27,7 +44,9 @@ SoundFileReader::SoundFileReader(const std::string& path) : path_(path) {
         checkReadable();
         file_ = sf_open(path.c_str(), SFM_READ, &info_);
     }
-    if (file_ == nullptr) throw CommandError::failure(cannotRead(path_, sf_strerror(nullptr)));
+    if (file_ == nullptr) {
+        throw CommandError::failure(cannotRead(path_, openFailure(sf_error(nullptr))));
+    }
     if (info_.channels <= 0 || info_.samplerate <= 0) {
         sf_close(file_);
         file_ = nullptr;

@@ -74,6 +74,18 @@ TEST_F(FxMessagesTest, ParserMessagesStartInLowerCase) {
     EXPECT_EQ(run.err.rfind("ostrana-fx list: error: the following argument", 0), 0u) << run.err;
 }
 
+TEST_F(FxMessagesTest, AFileThatIsNotAudioIsSaidSoInTheToolsWords) {
+    writeBytes(directory.file("notes.wav"), "not audio\n");
+    const FxRun run = FxProcess::run(
+        {"render", directory.file("notes.wav"), directory.file("out.wav"), "--node", "delay"});
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_NE(run.err.find("cannot read input '" + directory.file("notes.wav") +
+                           "': not a sound file in a format libsndfile reads (libsndfile: "),
+              std::string::npos)
+        << run.err;
+    EXPECT_EQ(run.err.find(".;"), std::string::npos) << run.err;
+}
+
 TEST(FxParamsMessagesTest, JsonGivesFloatsAsTheyAreWritten) {
     for (const char* node : {"delay", "chorus", "flanger", "vibrato", "ping-pong-delay"}) {
         const FxRun run = FxProcess::run({"params", node, "--json"});
