@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -19,6 +20,8 @@ SoundFileStream& self(void* data) {
 SoundFileStream::SoundFileStream(int descriptor, bool seekable)
     : descriptor_(descriptor), seekable_(seekable) {
     if (seekable_) position_ = lseek(descriptor_, 0, SEEK_CUR);
+    struct stat status {};
+    regular_ = seekable_ && fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 SF_VIRTUAL_IO& SoundFileStream::callbacks() {
@@ -47,7 +50,38 @@ void SoundFileStream::fail(int error) {
 sf_count_t SoundFileStream::length() const {
     if (!seekable_) return end_;
     struct stat status {};
-    return fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+    if (fstat(descriptor_, &status) != 0) return -1;
+    return std::max<sf_count_t>(status.st_size, fileEnd_);
+}
+
+bool SoundFileStream::skipZeros(const void* bytes, sf_count_t count) {
+    // Only runs as long as a block of the file system are worth a hole (libsndfile writes
+    // 8 KiB at a time).
+    constexpr sf_count_t kShortestHole = 4096;
+    if (!regular_ || count < kShortestHole) return false;
+    const auto* words = static_cast<const unsigned char*>(bytes);
+    if (words[0] != 0 || std::memcmp(words, words + 1, static_cast<std::size_t>(count - 1)) != 0) {
+        return false;
+    }
+    const off_t after = lseek(descriptor_, static_cast<off_t>(count), SEEK_CUR);
+    if (after < 0) return false;
+    fileEnd_ = std::max<sf_count_t>(fileEnd_, after);
+    return true;
+}
+
+bool SoundFileStream::finish() {
+    if (!regular_ || error_ != 0) return error_ == 0;
+    struct stat status {};
+    if (fstat(descriptor_, &status) != 0) {
+        fail(errno);
+        return false;
+    }
+    if (status.st_size >= fileEnd_) return true;
+    if (ftruncate(descriptor_, static_cast<off_t>(fileEnd_)) != 0) {
+        fail(errno);
+        return false;
+    }
+    return true;
 }
 
 sf_count_t SoundFileStream::seek(sf_count_t offset, int whence) {
@@ -68,6 +102,7 @@ sf_count_t SoundFileStream::write(const void* bytes, sf_count_t count) {
         position_ += count;  // behind the end of a stream: already gone, dropped
         return count;
     }
+    if (skipZeros(bytes, count)) return count;
     const char* next = static_cast<const char*>(bytes);
     sf_count_t done = 0;
     while (done < count) {
@@ -81,6 +116,7 @@ sf_count_t SoundFileStream::write(const void* bytes, sf_count_t count) {
     }
     position_ += done;
     if (!seekable_) end_ = position_;
+    if (regular_) fileEnd_ = std::max<sf_count_t>(fileEnd_, lseek(descriptor_, 0, SEEK_CUR));
     return done;
 }
 

@@ -164,6 +164,7 @@ void SoundFileWriter::commit() {
     SNDFILE* file = file_;
     file_ = nullptr;
     const int closed = sf_close(file);
+    stream_.finish();
     checkWritten(closed);
     if (closed != 0) {
         const std::string library = libraryText(closed);

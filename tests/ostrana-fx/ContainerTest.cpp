@@ -7,6 +7,8 @@
 #include <sys/wait.h>
 #include <sys/xattr.h>
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -121,6 +123,40 @@ TEST_F(FxContainerTest, WavFromAPipeIsAPlainWavWhenSmall) {
     EXPECT_EQ(readBytes(out).substr(0, 4), "RIFF");
     EXPECT_EQ(WavFile::read(out).frames(), 9600u);
     EXPECT_EQ(shell("sox '" + out + "' -n stat 2> /dev/null"), 0);
+}
+
+// Past 4 GiB a WAV is RF64: 8 channels of doubles for 1401 s (4.3 GB, which a WAV's 32-bit
+// sizes cannot describe: it read as 2.9 s). The tail is silence, written as holes, so the file
+// takes a few megabytes of disk and the test a few seconds. (SoX reads it too, as 23:21, but
+// takes over a minute to, so it is not asked here.)
+TEST_F(FxContainerTest, AWavPast4GiBIsRf64AndReadsWhole) {
+    WavFile::write(directory.file("in.wav"), 8, 48000, makeTestSignal(8, 48000, 48000),
+                   SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    const std::string out = directory.file("big.wav");
+    const FxRun run = render("in.wav", "big.wav",
+                             {"--format", "double", "--tail", "1400", "--set", "feedbackLevel=0"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    struct stat status {};
+    ASSERT_EQ(stat(out.c_str(), &status), 0);
+    EXPECT_GT(status.st_size, 4294967296);
+    EXPECT_LT(status.st_blocks * 512, 100 * 1024 * 1024) << "the silent tail took disk space";
+    char magic[4] = {};
+    std::FILE* raw = std::fopen(out.c_str(), "rb");
+    ASSERT_NE(raw, nullptr);
+    EXPECT_EQ(std::fread(magic, 1, 4, raw), 4u);
+    std::fclose(raw);
+    EXPECT_EQ(std::string(magic, 4), "RF64");
+    SF_INFO info{};
+    SNDFILE* file = sf_open(out.c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+    EXPECT_EQ(info.format, SF_FORMAT_RF64 | SF_FORMAT_DOUBLE);
+    EXPECT_EQ(info.frames, 48000 * 1401);
+    std::vector<double> first(8 * 4800);
+    EXPECT_EQ(sf_readf_double(file, first.data(), 4800), 4800);
+    double peak = 0.0;
+    for (const double sample : first) peak = std::max(peak, std::fabs(sample));
+    EXPECT_GT(peak, 0.1);
+    sf_close(file);
 }
 
 // A file with a speaker layout, each channel's speaker as libsndfile names it.
