@@ -14,12 +14,14 @@
 #include "CommandError.h"
 #include "DemoCommand.h"
 #include "DescribeCommand.h"
+#include "FormatsCommand.h"
 #include "ListCommand.h"
 #include "NodeCatalog.h"
 #include "ParamsCommand.h"
 #include "RenderCommand.h"
 #include "RenderOptions.h"
 #include "SoundFileFormat.h"
+#include "StatsCommand.h"
 #include "Suggestion.h"
 #include "TextList.h"
 
@@ -28,7 +30,8 @@ namespace ostrana::fx {
 namespace {
 
 constexpr unsigned int kLargestBlock = 1u << 20;
-constexpr const char* kCommands[] = {"list", "describe", "params", "render", "demo"};
+constexpr const char* kCommands[] = {"list", "describe", "params", "render",
+                                     "demo", "formats",  "stats"};
 
 // A value that is really the next option ("--node --quiet") means the value is missing.
 CLI::Validator notAnOption(const std::string& what) {
@@ -59,14 +62,20 @@ CLI::Validator blockFrames() {
         "");
 }
 
-// --tail: "auto", or seconds from 0 to an hour.
+// --tail: "auto" (in any case), or decimal seconds from 0 to an hour (no hexadecimal, no
+// exponent: 0x10 is not 16 s).
 CLI::Validator tailSeconds() {
     return CLI::Validator(
         [](std::string& value) -> std::string {
-            if (value == "auto") return "";
+            std::string lower = value;
+            for (char& c : lower)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            if (lower == "auto") return "";
             char* end = nullptr;
             const double seconds = std::strtod(value.c_str(), &end);
-            if (value.empty() || *end != '\0' || !(seconds >= 0.0 && seconds <= 3600.0)) {
+            const bool decimal = value.find_first_not_of("0123456789.") == std::string::npos;
+            if (value.empty() || !decimal || *end != '\0' ||
+                !(seconds >= 0.0 && seconds <= 3600.0)) {
                 return "'" + value + "' is neither auto nor a number of seconds from 0 to 3600";
             }
             return "";
@@ -151,6 +160,16 @@ bool isCommand(const CLI::App& app, const std::string& word) {
     return false;
 }
 
+// CLI11 starts its messages with a capital ("The following argument was not expected"); the
+// tool's own start in lower case.
+std::string lowerFirst(std::string text) {
+    if (text.size() > 1 && std::isupper(static_cast<unsigned char>(text[0])) &&
+        std::islower(static_cast<unsigned char>(text[1]))) {
+        text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+    }
+    return text;
+}
+
 }  // namespace
 
 int CommandLine::reportError(const std::string& command, int status, const std::string& message) {
@@ -188,12 +207,34 @@ std::string CommandLine::renderFooter() {
         "Channels: a node that takes fewer channels than the file has runs on independent\n"
         "groups of channels (pairs for the nodes that take two, a lone last channel on its own;\n"
         "single channels for the rest). The ping-pong delay needs two: --upmix a mono input.\n"
+        "--channels LIST runs the chain on those channels only; the others pass through.\n"
         "\n"
-        "Formats: OUT's extension chooses the container (wav, flac, ogg, aiff, au, caf, w64,\n"
-        "mp3, ...); the sample format follows the input unless --format names one. Float output\n"
-        "holds exactly the samples the nodes computed. '-' writes standard output (streaming\n"
+        "Formats: OUT's extension chooses the container (wav, flac, ogg, opus, aiff, au, caf,\n"
+        "w64, mp3, ...; `ostrana-fx formats` lists them); a --type that contradicts it is\n"
+        "refused. The sample format follows the input where the container holds it (else the\n"
+        "nearest it holds: an MP3 into a WAV gives 16-bit PCM) unless --format names one. Float\n"
+        "output holds exactly the samples the nodes computed; integer output rounds them to\n"
+        "the nearest step, clipped at full scale, with triangular dither where bits are lost\n"
+        "(--dither none for exact rounding). A WAV that could pass 4 GiB is written as RF64\n"
+        "(a plain WAV while small); CAF and W64 also hold any size. Tags and the speaker layout\n"
+        "are copied where the container holds them. '-' writes standard output (streaming\n"
         "formats only there: --type au, flac, ogg, mp3 or raw) or reads standard input (wav,\n"
         "aiff, au, caf, w64 or ogg: libsndfile reads FLAC and MP3 only from a file).\n"
+        "\n"
+        "Output: a file is written beside OUT and put in its place only when complete; every\n"
+        "write is checked, so a full disk leaves an existing OUT exactly as it was (exit 1). OUT\n"
+        "keeps its mode, owner, extended attributes and access list; a write-protected OUT is\n"
+        "refused unless --force. A batch (--output-dir, made if missing) is refused before\n"
+        "anything is read when two inputs would share an output or an output would replace an\n"
+        "input (--suffix or --force).\n"
+        "\n"
+        "Warnings (standard error; --strict makes them failures): an input cut off before the\n"
+        "frames its header promised, samples that are not finite, clipped integer output.\n"
+        "\n"
+        "Exit status: 0 success; 1 a failure while running (a file that cannot be read or\n"
+        "written, any failed input of a batch); 2 a usage error: anything known before audio\n"
+        "is read (options, nodes, values, formats, a write-protected OUT, colliding batch\n"
+        "outputs, a sample rate outside 1 Hz to 768 kHz).\n"
         "\n"
         "Example: ostrana-fx render in.wav out.flac --node delay --set delayMs=350 "
         "--node chorus";
@@ -279,15 +320,66 @@ int CommandLine::run(int argc, char** argv) {
         ->check(notAnOption("sample format"))
         ->check(encodingName());
     render
+        ->add_option("--dither", renderOptions.dither,
+                     "Dither for integer output: triangular (the default when the output has "
+                     "fewer bits than the input, or the input is float or lossy) or none (the "
+                     "exact samples rounded to the nearest step)")
+        ->type_name("KIND")
+        ->check(notAnOption("dither kind"))
+        ->check(CLI::IsMember({"triangular", "none", "auto"}));
+    render
         ->add_option("--type", renderOptions.typeName,
                      "Output container when OUT's extension does not say (e.g. for '-')")
         ->type_name("EXT")
         ->check(notAnOption("format name"));
     render
         ->add_option("--output-dir", renderOptions.outputDirectory,
-                     "Render every IN into DIR under its own name")
+                     "Render every IN into DIR (made if missing) under its own name")
         ->type_name("DIR")
         ->check(notAnOption("directory"));
+    render
+        ->add_option("--suffix", renderOptions.suffix,
+                     "In a batch, add TEXT to each output's name (song.wav -> song-fx.wav)")
+        ->type_name("TEXT");
+    render->add_flag("--force", renderOptions.force,
+                     "Replace write-protected outputs and, in a batch, the inputs themselves");
+    render->add_option("--gain", renderOptions.gainDb, "Scale the output by DB decibels (-6, 3.5)")
+        ->type_name("DB")
+        ->check(CLI::Range(-120.0, 60.0));
+    render
+        ->add_option("--normalize", renderOptions.normalizePeakDb,
+                     "Scale the output so that its peak is PEAK_DB dBFS (default -1); renders "
+                     "twice, so not from standard input")
+        ->type_name("[PEAK_DB]")
+        ->expected(0, 1)
+        ->default_str("-1")
+        ->check(CLI::Range(-120.0, 0.0));
+    render
+        ->add_option("--trim", renderOptions.trim,
+                     "Keep the input from START seconds (for LENGTH seconds) before the chain")
+        ->type_name("START[,LENGTH]");
+    render
+        ->add_option("--fade-in", renderOptions.fadeInSeconds,
+                     "Fade the (trimmed) input in over SECONDS, before the chain")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 3600.0));
+    render
+        ->add_option("--fade-out", renderOptions.fadeOutSeconds,
+                     "Fade the (trimmed) input out over its last SECONDS; echoes ring on after it")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 3600.0));
+    render
+        ->add_option("--channels", renderOptions.channels,
+                     "The input channels the chain processes (1,2 or 3-6, from 1); the others "
+                     "pass through untouched")
+        ->type_name("LIST")
+        ->check(notAnOption("channel list"));
+    render
+        ->add_option("--quality", renderOptions.quality,
+                     "0 to 10: sound and size of mp3, ogg and opus (10 best, largest); for flac "
+                     "(lossless) how little it compresses")
+        ->type_name("Q")
+        ->check(CLI::Range(0.0, 10.0));
     render->add_flag("--allow-out-of-range", renderOptions.allowOutOfRange,
                      "Let --set values outside a parameter's range through");
     render->add_flag("--upmix", renderOptions.upmix, "Duplicate a mono input into two channels");
@@ -304,6 +396,16 @@ int CommandLine::run(int argc, char** argv) {
         "demo", "Synthesise a test signal and render it through every effect into DIR");
     demo->add_option("DIR", demoDirectory, "Output directory (default demo-out)");
 
+    CLI::App* formats = app.add_subcommand(
+        "formats", "List the extensions render writes, with the sample formats each holds");
+
+    std::string statsPath;
+    bool statsJson = false;
+    CLI::App* stats = app.add_subcommand(
+        "stats", "Print a sound file's length, peak, RMS, DC offset and clipped samples");
+    stats->add_option("FILE", statsPath, "The sound file ('-' reads standard input)")->required();
+    stats->add_flag("--json", statsJson, "Print JSON instead of text");
+
     if (argc > 1 && argv[1][0] != '-' && !isCommand(app, argv[1])) {
         const std::vector<std::string> commands(std::begin(kCommands), std::end(kCommands));
         return reportError("", static_cast<int>(ExitStatus::Usage),
@@ -319,15 +421,15 @@ int CommandLine::run(int argc, char** argv) {
     } catch (const CLI::ExtrasError& error) {
         return reportError(
             parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-            std::string(error.what()) + suggestForExtras(app, words) + " (see --help)");
+            lowerFirst(error.what()) + suggestForExtras(app, words) + " (see --help)");
     } catch (const CLI::RequiredError& error) {
         const std::string misspelt = misspeltOption(app, words);
         return reportError(
             parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-            (misspelt.empty() ? std::string(error.what()) : misspelt) + " (see --help)");
+            (misspelt.empty() ? lowerFirst(error.what()) : misspelt) + " (see --help)");
     } catch (const CLI::ParseError& error) {
         return reportError(parsedSubcommand(app), static_cast<int>(ExitStatus::Usage),
-                           std::string(error.what()) + " (see --help)");
+                           lowerFirst(error.what()) + " (see --help)");
     }
 
     const std::string command = parsedSubcommand(app);
@@ -343,6 +445,10 @@ int CommandLine::run(int argc, char** argv) {
             RenderCommand::run(renderOptions, std::cout, std::cerr);
         } else if (*demo) {
             DemoCommand::run(demoDirectory, std::cout);
+        } else if (*formats) {
+            FormatsCommand::run(std::cout);
+        } else if (*stats) {
+            StatsCommand::run(statsPath, statsJson, std::cout);
         }
     } catch (const CommandError& error) {
         return reportError(command, static_cast<int>(error.status()), error.what());

@@ -12,6 +12,7 @@
 #include <random>
 
 #include "CommandError.h"
+#include "ExtendedAttributes.h"
 #include "InterruptCleanup.h"
 
 namespace ostrana::fx {
@@ -112,6 +113,16 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
     openTemporary();
 }
 
+void OutputFile::checkReplaceable(const std::string& path, bool force) {
+    if (force || standardDescriptor(path) >= 0) return;
+    struct stat status {};
+    const std::string destination = followLinks(path);
+    if (stat(destination.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+    if (access(destination.c_str(), W_OK) == 0 || errno != EACCES) return;
+    throw CommandError::usage("output '" + path +
+                              "' is write-protected; nothing written (--force replaces it)");
+}
+
 OutputFile::~OutputFile() {
     discard();
 }
@@ -166,6 +177,7 @@ void OutputFile::keepOwnerAndMode() {
         // Not permitted: the new file keeps this process's owner.
     }
     fchmod(descriptor_, mode_);
+    attributeWarning_ = ExtendedAttributes::copy(destination_, descriptor_);
 }
 
 bool OutputFile::standardOutput() const {
@@ -200,21 +212,30 @@ void OutputFile::linkUnnamedFile() {
 }
 
 // Copies the finished file over the destination's contents, keeping its inode and so its
-// other hard links.
+// other hard links. The space is reserved first, without changing the file, so that a full
+// disk refuses the copy before a byte of the old contents is lost.
 void OutputFile::rewriteInPlace() {
-    const int target = open(destination_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-    if (target < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
-    off_t offset = 0;
     struct stat status {};
-    fstat(descriptor_, &status);
-    while (offset < status.st_size) {
-        if (sendfile(target, descriptor_, &offset, static_cast<size_t>(status.st_size - offset)) <=
-            0) {
-            const std::string reason = std::strerror(errno);
-            close(target);
-            throw CommandError::failure(cannotWrite(reason));
-        }
+    if (fstat(descriptor_, &status) != 0) {
+        throw CommandError::failure(cannotWrite(std::strerror(errno)));
     }
+    const int target = open(destination_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (target < 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
+    const auto fail = [&](int error) {
+        close(target);
+        throw CommandError::failure(cannotWrite(std::strerror(error)));
+    };
+    if (status.st_size > 0 && fallocate(target, FALLOC_FL_KEEP_SIZE, 0, status.st_size) != 0 &&
+        errno != EOPNOTSUPP) {
+        fail(errno);  // nothing changed
+    }
+    off_t offset = 0;
+    while (offset < status.st_size) {
+        const ssize_t copied =
+            sendfile(target, descriptor_, &offset, static_cast<size_t>(status.st_size - offset));
+        if (copied <= 0) fail(copied < 0 ? errno : ENOSPC);
+    }
+    if (ftruncate(target, status.st_size) != 0) fail(errno);
     if (close(target) != 0) throw CommandError::failure(cannotWrite(std::strerror(errno)));
 }
 

@@ -11,8 +11,9 @@ namespace ostrana::fx {
 // A regular file (new or existing, or the target of a symbolic link, which stays a link) is
 // written to a temporary file in its folder and put in its place only by commit(): an
 // unnamed file (O_TMPFILE) where the file system has them, so that even a killed render
-// leaves nothing behind, or else a hidden named one. An existing file keeps its mode, and its
-// owner and group where the process may set them; a file with further hard links is
+// leaves nothing behind, or else a hidden named one. An existing file keeps its mode, its
+// extended attributes and access control list, and its owner and group where the process
+// may set them; a file with further hard links is
 // rewritten in place at commit, so that every link sees the new contents.
 //
 // Anything else (a device, a FIFO, a terminal) is written to directly, with no temporary
@@ -22,6 +23,9 @@ class OutputFile {
   public:
     // Throws a failure CommandError that names path when it cannot be opened.
     explicit OutputFile(const std::string& path);
+    // Refuses (a usage CommandError) an existing file that this process may not write to, as
+    // cp and SoX do: the write protection says the user wants it kept. force lets it through.
+    static void checkReplaceable(const std::string& path, bool force);
     // Without commit(), the temporary file is removed and a regular destination untouched.
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -37,6 +41,9 @@ class OutputFile {
     // "standard output", "a FIFO", "a terminal"...: what a direct output is, for messages.
     std::string kindText() const;
     const std::string& path() const { return path_; }
+    // What of the replaced file's extended attributes and access control list could not be
+    // kept (a file system without them, say); "" when all were.
+    const std::string& attributeWarning() const { return attributeWarning_; }
 
     // Puts the written file in its place (regular files); throws a failure CommandError.
     void commit();
@@ -56,6 +63,7 @@ class OutputFile {
     std::string path_;         // as the user wrote it
     std::string destination_;  // the regular file to replace, symbolic links followed
     std::string namedTemporary_;
+    std::string attributeWarning_;
     int descriptor_ = -1;
     bool ownsDescriptor_ = true;
     bool direct_ = false;

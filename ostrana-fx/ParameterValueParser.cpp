@@ -44,9 +44,19 @@ Result<ParameterValue> ParameterValueParser::parseBoolean(const std::string& tex
     return Result<ParameterValue>::failure("a switch is needed: true/false, yes/no, on/off or 1/0");
 }
 
-Result<ParameterValue> ParameterValueParser::parseUnsignedInteger(const std::string& text) {
+Result<ParameterValue> ParameterValueParser::parseUnsignedInteger(const std::string& signedText) {
+    // A '+' sign is only decoration; a '-' one, a value below every whole number's range.
+    const bool plus = !signedText.empty() && signedText[0] == '+';
+    const std::string text = plus ? signedText.substr(1) : signedText;
     std::size_t position = 0;
     if (skipDigits(text, position) == 0 || position != text.size()) {
+        std::size_t digitsAfterMinus = 1;
+        if (!text.empty() && text[0] == '-' && skipDigits(text, digitsAfterMinus) > 0 &&
+            digitsAfterMinus == text.size()) {
+            return Result<ParameterValue>::failure(
+                "a whole number from 0 is needed, not a "
+                "negative one");
+        }
         return Result<ParameterValue>::failure(
             isDecimalNumber(text) ? "a whole number is needed (no fraction or exponent)"
                                   : "a whole number is needed (decimal digits only)");

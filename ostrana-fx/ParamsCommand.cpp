@@ -3,6 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -23,8 +26,20 @@ using extensions::audioeffects::NodeTypeEntry;
 using extensions::audioeffects::ParameterValue;
 using extensions::audioeffects::unitName;
 
+// A float as the shortest decimal that reads back as it (0.2, not 0.20000000298023224, the
+// float widened to a double).
 nlohmann::json jsonValue(const ParameterValue& value) {
-    return std::visit([](auto held) { return nlohmann::json(held); }, value);
+    return std::visit(
+        [](auto held) {
+            if constexpr (std::is_same_v<decltype(held), float>) {
+                char text[32];
+                const auto end = std::to_chars(text, text + sizeof text, held).ptr;
+                return nlohmann::json(std::strtod(std::string(text, end).c_str(), nullptr));
+            } else {
+                return nlohmann::json(held);
+            }
+        },
+        value);
 }
 
 std::string channelsText(const NodeTypeEntry& entry) {

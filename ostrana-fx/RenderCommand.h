@@ -20,6 +20,9 @@ class RenderCommand {
   private:
     static void renderOne(const RenderOptions& options, const std::string& inputPath,
                           const std::string& outputPath, std::ostream& out, std::ostream& errors);
+    // The gain that brings the render's peak to --normalize's level, from a first pass.
+    static float normalizingGain(const RenderOptions& options, const std::string& inputPath,
+                                 const TailLength& tail, std::ostream& errors);
 };
 
 }  // namespace ostrana::fx

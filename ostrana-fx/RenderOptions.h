@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,18 @@ struct RenderOptions {
     std::string encoding;  // --format: empty to follow the input
     std::string typeName;  // --type: the output container, empty to follow OUT's extension
     std::string tail = "auto";
+    std::string dither = "auto";  // --dither: triangular, none, or auto (by the bit depths)
+    std::string suffix;           // --suffix: added to each output's name in a batch
+    bool force = false;  // --force: replace write-protected outputs and, in a batch, the inputs
+    // Finishing: --gain DB, --normalize [PEAK_DB], --trim START[,LENGTH], --fade-in and
+    // --fade-out SECONDS, --quality Q; unset where not given.
+    std::optional<double> gainDb;
+    std::optional<double> normalizePeakDb;
+    std::string trim;
+    double fadeInSeconds = 0.0;
+    double fadeOutSeconds = 0.0;
+    std::optional<double> quality;
+    std::string channels;  // --channels: the input channels the chain processes
     bool allowOutOfRange = false;
     bool upmix = false;
     bool sanitize = false;

@@ -3,37 +3,54 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace ostrana::fx {
 
-Renderer::Renderer(SampleSource& source, NodeChain& chain, SoundFileWriter& writer,
+Renderer::Renderer(SampleSource& source, NodeChain& chain, FrameSink& writer,
                    unsigned int blockFrames)
     : source_(source),
       chain_(chain),
       writer_(writer),
       blockFrames_(blockFrames),
-      channels_(source.channels()) {}
+      channels_(source.channels()) {
+    setProcessedChannels({});
+}
+
+void Renderer::setProcessedChannels(std::vector<unsigned int> channels) {
+    processed_ = std::move(channels);
+    if (!processed_.empty()) return;
+    for (unsigned int channel = 0; channel < channels_; ++channel) processed_.push_back(channel);
+}
 
 void Renderer::deinterleaveInput(const float* interleaved, std::size_t frames) {
     AudioBuffer<float>& buffer = chain_.input().buffer;
     buffer.setNumberOfFrames(static_cast<unsigned int>(frames));
-    for (unsigned int channel = 0; channel < channels_; ++channel) {
+    for (unsigned int channel = 0; channel < processed_.size(); ++channel) {
         float* samples = buffer.getChannel(channel);
+        const unsigned int from = processed_[channel];
         for (std::size_t frame = 0; frame < frames; ++frame) {
-            samples[frame] = interleaved[frame * channels_ + channel];
+            samples[frame] = interleaved[frame * channels_ + from];
         }
     }
 }
 
-void Renderer::interleaveOutput(float* interleaved, std::size_t frames) const {
+void Renderer::interleaveOutput(float* interleaved, const float* input, std::size_t frames) const {
+    if (processed_.size() < channels_) std::copy(input, input + frames * channels_, interleaved);
     const AudioBuffer<float>& buffer = chain_.output().buffer;
-    for (unsigned int channel = 0; channel < channels_; ++channel) {
+    for (unsigned int channel = 0; channel < processed_.size(); ++channel) {
         const float* samples = buffer.getChannel(channel);
+        const unsigned int to = processed_[channel];
         for (std::size_t frame = 0; frame < frames; ++frame) {
-            interleaved[frame * channels_ + channel] = samples[frame];
+            interleaved[frame * channels_ + to] = samples[frame];
         }
     }
+}
+
+void Renderer::applyGain(float* interleaved, std::size_t frames) const {
+    if (gain_ == 1.0f) return;
+    for (std::size_t i = 0; i < frames * channels_; ++i) interleaved[i] *= gain_;
 }
 
 std::size_t Renderer::fillChunk(float* interleaved, std::size_t maxFrames) {
@@ -127,7 +144,8 @@ RenderStatistics Renderer::run() {
             const std::size_t frames = std::min<std::size_t>(blockFrames_, chunk - first);
             deinterleaveInput(inputChunk.data() + first * channels_, frames);
             chain_.processBlock();
-            interleaveOutput(outputChunk.data() + first * channels_, frames);
+            interleaveOutput(outputChunk.data() + first * channels_,
+                             inputChunk.data() + first * channels_, frames);
         }
         std::size_t keep = chunk;
         if (inTail && tail_.automatic) {
@@ -137,6 +155,7 @@ RenderStatistics Renderer::run() {
         }
         const bool ended = keep < chunk;
         statistics.tailFrames -= chunk - keep;
+        applyGain(outputChunk.data(), keep);
         inspectOutput(outputChunk.data(), keep, statistics);
         if (levelMeter_ != nullptr) levelMeter_->observe(outputChunk.data(), keep, channels_);
         writer_.writeFrames(outputChunk.data(), keep);

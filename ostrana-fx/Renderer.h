@@ -2,12 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
+#include "FrameSink.h"
 #include "LevelMeter.h"
 #include "NodeChain.h"
 #include "ProgressBar.h"
 #include "SampleSource.h"
-#include "SoundFileWriter.h"
 
 namespace ostrana::fx {
 
@@ -40,8 +41,7 @@ struct RenderStatistics {
 class Renderer {
   public:
     // chain must have been prepared for the source's channels and rate and blockFrames.
-    Renderer(SampleSource& source, NodeChain& chain, SoundFileWriter& writer,
-             unsigned int blockFrames);
+    Renderer(SampleSource& source, NodeChain& chain, FrameSink& writer, unsigned int blockFrames);
 
     void setProgressBar(ProgressBar* progressBar) { progressBar_ = progressBar; }
     void setTail(TailLength tail) { tail_ = tail; }
@@ -50,10 +50,19 @@ class Renderer {
     // Count output samples beyond full scale (for integer output formats).
     void setCountClipping(bool countClipping) { countClipping_ = countClipping; }
     void setLevelMeter(LevelMeter* levelMeter) { levelMeter_ = levelMeter; }
+    // The file channels the chain processes, in order (--channels); the others pass through
+    // untouched. Empty (the default): every channel. The chain must have been prepared for
+    // as many channels as are selected.
+    void setProcessedChannels(std::vector<unsigned int> channels);
+    // Scale the output by gain (--gain, --normalize); 1 leaves it exactly as computed.
+    void setGain(float gain) { gain_ = gain; }
 
     // Renders everything the source holds; throws a CommandError when reading or writing
     // fails. The writer is not committed here.
     RenderStatistics run();
+
+    // The longest automatic tail, in seconds.
+    static constexpr double kLongestAutomaticTail = 30.0;
 
   private:
     // Frames read and written at a time, at the least (rounded up to whole blocks).
@@ -61,7 +70,6 @@ class Renderer {
 
     // Silence is "quiet" below this level: -100 dBFS.
     static constexpr float kQuietLevel = 1e-5f;
-    static constexpr double kLongestAutomaticTail = 30.0;
 
     // Reads until maxFrames frames are in or the source ends; returns how many.
     std::size_t fillChunk(float* interleaved, std::size_t maxFrames);
@@ -76,11 +84,13 @@ class Renderer {
     std::size_t framesUntilQuiet(const float* interleaved, std::size_t frames,
                                  std::size_t firstTailFrame);
     void deinterleaveInput(const float* interleaved, std::size_t frames);
-    void interleaveOutput(float* interleaved, std::size_t frames) const;
+    // The chain's block into the output; the channels it does not process come from input.
+    void interleaveOutput(float* interleaved, const float* input, std::size_t frames) const;
+    void applyGain(float* interleaved, std::size_t frames) const;
 
     SampleSource& source_;
     NodeChain& chain_;
-    SoundFileWriter& writer_;
+    FrameSink& writer_;
     unsigned int blockFrames_;
     unsigned int channels_;
     ProgressBar* progressBar_ = nullptr;
@@ -88,6 +98,8 @@ class Renderer {
     TailLength tail_{false, 0.0};
     bool sanitize_ = false;
     bool countClipping_ = false;
+    float gain_ = 1.0f;
+    std::vector<unsigned int> processed_;  // file channel of each chain channel
     std::uint64_t quietFrames_ = 0;
 };
 

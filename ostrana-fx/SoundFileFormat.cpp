@@ -52,6 +52,13 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
+// Containers libsndfile lists but that render does not offer: SD2 cannot be written on this
+// platform, and ".mpc" means Musepack to most people, not the Akai MPC 2000 format
+// libsndfile would write.
+bool offered(const std::string& extension) {
+    return extension != "sd2" && extension != "mpc";
+}
+
 // libsndfile's writable containers with the extension it gives each.
 std::vector<std::pair<std::string, int>> libraryContainers() {
     std::vector<std::pair<std::string, int>> containers;
@@ -61,7 +68,9 @@ std::vector<std::pair<std::string, int>> libraryContainers() {
         SF_FORMAT_INFO info{};
         info.format = i;
         sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &info, sizeof info);
-        if (info.extension != nullptr) containers.emplace_back(info.extension, info.format);
+        if (info.extension != nullptr && offered(info.extension)) {
+            containers.emplace_back(info.extension, info.format);
+        }
     }
     return containers;
 }
@@ -80,6 +89,54 @@ std::string formatName(int format) {
     info.format = format;
     sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof info);
     return info.name != nullptr ? info.name : "unknown";
+}
+
+// The input's encoding where the output may follow it: a linear one (PCM or float) as it is; a
+// compressed one (MP3, Vorbis, ALAC, A-law...) only into its own container, else the linear
+// encoding nearest to it (16 bits for the lossy ones: an MP3 into a WAV gives 16-bit PCM).
+int nearestLinear(int inputFormat, int container) {
+    const int encoding = inputFormat & SF_FORMAT_SUBMASK;
+    switch (encoding) {
+        case 0:
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_PCM_16:
+        case SF_FORMAT_PCM_24:
+        case SF_FORMAT_PCM_32:
+        case SF_FORMAT_FLOAT:
+        case SF_FORMAT_DOUBLE:
+            return encoding;
+        default:
+            break;
+    }
+    if ((inputFormat & SF_FORMAT_TYPEMASK) == container) return encoding;
+    switch (SoundFileFormat::sourceBits(inputFormat)) {
+        case 24:
+        case 20:
+            return SF_FORMAT_PCM_24;
+        case 32:
+            return SF_FORMAT_PCM_32;
+        default:
+            return SF_FORMAT_PCM_16;
+    }
+}
+
+// A path's extension without its dot; "" for standard output and paths without one.
+std::string extensionOf(const std::string& path) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    if (path == "-" || extension.size() < 2) return "";
+    return extension.substr(1);
+}
+
+// Opus runs at five rates only; libsndfile says so only once the file is being made.
+void checkOpusRate(unsigned int sampleRate) {
+    for (const unsigned int rate : {8000u, 12000u, 16000u, 24000u, 48000u}) {
+        if (sampleRate == rate) return;
+    }
+    throw CommandError::usage("Opus runs at 8, 12, 16, 24 or 48 kHz, not " +
+                              std::to_string(sampleRate) +
+                              " Hz; resample the input first (sox IN -r 48k OUT) or choose "
+                              "another format (.ogg holds Vorbis at any rate)");
 }
 
 }  // namespace
@@ -113,11 +170,19 @@ int SoundFileFormat::containerForPath(const std::string& path, const std::string
                                       "write; formats: " +
                                       TextList::join(containerNames()));
         }
+        // A name whose extension says another format would hold what it does not say.
+        const std::string named = extensionOf(path);
+        const int namedContainer = named.empty() ? 0 : containerFor(named);
+        if (namedContainer != 0 && (namedContainer != container ||
+                                    encodingForPath(path, "") != encodingForPath("", typeName))) {
+            throw CommandError::usage("--type " + typeName + " for output '" + path +
+                                      "', whose extension says ." + named +
+                                      "; rename the output or leave --type out");
+        }
         return container;
     }
-    std::string extension = std::filesystem::path(path).extension().string();
-    if (path == "-" || extension.size() < 2) return SF_FORMAT_WAV;
-    extension.erase(0, 1);
+    const std::string extension = extensionOf(path);
+    if (extension.empty()) return SF_FORMAT_WAV;
     const int container = containerFor(extension);
     if (container == 0) {
         throw CommandError::usage("output '" + path + "': cannot write '." + extension +
@@ -125,6 +190,11 @@ int SoundFileFormat::containerForPath(const std::string& path, const std::string
                                   " (or --type to name the format)");
     }
     return container;
+}
+
+int SoundFileFormat::encodingForPath(const std::string& path, const std::string& typeName) {
+    const std::string name = lowerCase(typeName.empty() ? extensionOf(path) : typeName);
+    return name == "opus" ? SF_FORMAT_OPUS : 0;
 }
 
 int SoundFileFormat::encodingFor(const std::string& name) {
@@ -150,6 +220,7 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
                                 encoding != SF_FORMAT_FLOAT && encoding != SF_FORMAT_DOUBLE;
         return (extensible ? SF_FORMAT_WAVEX : container) | encoding;
     };
+    if (requestedEncoding == SF_FORMAT_OPUS) checkOpusRate(sampleRate);
     if (requestedEncoding != 0) {
         if (!fits(withContainer(requestedEncoding), channels, sampleRate)) {
             throw CommandError::usage("--format: " + formatName(container) + " files cannot hold " +
@@ -159,7 +230,7 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
         }
         return withContainer(requestedEncoding);
     }
-    const int inputEncoding = inputFormat & SF_FORMAT_SUBMASK;
+    const int inputEncoding = nearestLinear(inputFormat, container);
     if (inputEncoding != 0 && fits(withContainer(inputEncoding), channels, sampleRate)) {
         return withContainer(inputEncoding);
     }
@@ -169,6 +240,21 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
     throw CommandError::usage(formatName(container) + " files cannot hold " +
                               std::to_string(channels) + " channels at " +
                               std::to_string(sampleRate) + " Hz");
+}
+
+int SoundFileFormat::withLayout(int format, bool hasLayout) {
+    if (!hasLayout || (format & SF_FORMAT_TYPEMASK) != SF_FORMAT_WAV) return format;
+    return SF_FORMAT_WAVEX | (format & SF_FORMAT_SUBMASK);
+}
+
+int SoundFileFormat::forSize(int format, std::uint64_t frames, unsigned int channels) {
+    const int container = format & SF_FORMAT_TYPEMASK;
+    if (container != SF_FORMAT_WAV && container != SF_FORMAT_WAVEX) return format;
+    // The RIFF size field counts 32 bits of bytes, less the header's and a margin for tags.
+    constexpr double kLargestWavData = 4294967295.0 - 1048576.0;
+    const double bytes = static_cast<double>(frames) * channels * bytesPerSample(format);
+    if (frames != 0 && bytes <= kLargestWavData) return format;
+    return SF_FORMAT_RF64 | (format & SF_FORMAT_SUBMASK);
 }
 
 bool SoundFileFormat::isInteger(int format) {
@@ -184,6 +270,83 @@ bool SoundFileFormat::isInteger(int format) {
         default:
             return false;
     }
+}
+
+unsigned int SoundFileFormat::integerBits(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+            return 8;
+        case SF_FORMAT_PCM_16:
+            return 16;
+        case SF_FORMAT_PCM_24:
+            return 24;
+        case SF_FORMAT_PCM_32:
+            return 32;
+        default:
+            return 0;
+    }
+}
+
+unsigned int SoundFileFormat::sourceBits(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_ALAC_16:
+            return 16;
+        case SF_FORMAT_ALAC_20:
+            return 20;
+        case SF_FORMAT_ALAC_24:
+            return 24;
+        case SF_FORMAT_ALAC_32:
+            return 32;
+        case SF_FORMAT_ULAW:
+        case SF_FORMAT_ALAW:
+            return 16;
+        default:
+            return integerBits(format);
+    }
+}
+
+unsigned int SoundFileFormat::bytesPerSample(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+        case SF_FORMAT_PCM_S8:
+        case SF_FORMAT_PCM_U8:
+        case SF_FORMAT_ULAW:
+        case SF_FORMAT_ALAW:
+            return 1;
+        case SF_FORMAT_PCM_16:
+            return 2;
+        case SF_FORMAT_PCM_24:
+            return 3;
+        case SF_FORMAT_PCM_32:
+        case SF_FORMAT_FLOAT:
+            return 4;
+        case SF_FORMAT_DOUBLE:
+            return 8;
+        default:
+            return 0;
+    }
+}
+
+std::vector<std::string> SoundFileFormat::encodingsOf(int container, int only) {
+    std::vector<std::string> names;
+    for (const NamedFormat& encoding : kEncodings) {
+        if (only == 0 && fits(container | encoding.format, 2, 48000)) {
+            names.emplace_back(encoding.name);
+        }
+    }
+    // Compressed encodings only in their own containers (libsndfile also puts MP3 in a WAV).
+    if (container != SF_FORMAT_OGG && container != SF_FORMAT_MPEG) return names;
+    for (const int encoding : {SF_FORMAT_VORBIS, SF_FORMAT_OPUS, SF_FORMAT_MPEG_LAYER_III}) {
+        if ((only == 0 || only == encoding) && fits(container | encoding, 2, 48000)) {
+            names.push_back(formatName(encoding));
+            if (only == 0) break;  // the first one is what the container gets
+        }
+    }
+    return names;
+}
+
+std::string SoundFileFormat::containerName(int container) {
+    return formatName(container);
 }
 
 std::string SoundFileFormat::describe(int format) {

@@ -8,6 +8,7 @@
 #include <regex>
 
 #include "CommandError.h"
+#include "SoundFileFormat.h"
 
 namespace ostrana::fx {
 
@@ -15,6 +16,23 @@ namespace {
 
 std::string cannotRead(const std::string& path, const std::string& reason) {
     return "cannot read input '" + path + "': " + reason;
+}
+
+// Why libsndfile could not open a file, in the tool's words first, then libsndfile's.
+std::string openFailure(int error) {
+    std::string library = sf_error_number(error);
+    while (!library.empty() && (library.back() == '.' || library.back() == ';')) library.pop_back();
+    switch (error) {
+        case SF_ERR_UNRECOGNISED_FORMAT:
+            return "not a sound file in a format libsndfile reads (libsndfile: " + library + ")";
+        case SF_ERR_MALFORMED_FILE:
+            return "a damaged sound file (libsndfile: " + library + ")";
+        case SF_ERR_UNSUPPORTED_ENCODING:
+            return "a sound file whose encoding libsndfile cannot read (libsndfile: " + library +
+                   ")";
+        default:
+            return sf_strerror(nullptr);
+    }
 }
 
 }  // namespace
@@ -26,12 +44,15 @@ SoundFileReader::SoundFileReader(const std::string& path) : path_(path) {
         checkReadable();
         file_ = sf_open(path.c_str(), SFM_READ, &info_);
     }
-    if (file_ == nullptr) throw CommandError::failure(cannotRead(path_, sf_strerror(nullptr)));
+    if (file_ == nullptr) {
+        throw CommandError::failure(cannotRead(path_, openFailure(sf_error(nullptr))));
+    }
     if (info_.channels <= 0 || info_.samplerate <= 0) {
         sf_close(file_);
         file_ = nullptr;
         throw CommandError::failure(cannotRead(path_, "no channels or no sample rate"));
     }
+    checkSampleRate();
     readPromisedFrames();
 }
 
@@ -47,6 +68,18 @@ void SoundFileReader::openStandardInput() {
     }
 }
 
+// A rate no audio file really has (a damaged header, often) would make the tail and the
+// effects' timing absurd: refused before anything is written.
+void SoundFileReader::checkSampleRate() {
+    if (info_.samplerate <= static_cast<int>(kHighestSampleRate)) return;
+    const std::string rate = std::to_string(info_.samplerate);
+    sf_close(file_);
+    file_ = nullptr;
+    throw CommandError::usage("input '" + path_ + "': its sample rate, " + rate +
+                              " Hz, is outside 1 Hz to 768 kHz (a damaged header?); nothing "
+                              "written");
+}
+
 // libsndfile shortens the frame count of a file whose data is cut off and notes the
 // header's figure in its log ("data : 192000 (should be 99956)", in bytes).
 void SoundFileReader::readPromisedFrames() {
@@ -54,37 +87,22 @@ void SoundFileReader::readPromisedFrames() {
     sf_command(file_, SFC_GET_LOG_INFO, log, sizeof log);
     static const std::regex kCutOff(R"((?:data|SSND)\s*:\s*(\d+)\s*\(should be (\d+)\))");
     std::cmatch match;
-    if (info_.frames <= 0 || !std::regex_search(log, match, kCutOff)) return;
+    if (!std::regex_search(log, match, kCutOff)) return;
     const double promisedBytes = std::stod(match[1].str());
     const double presentBytes = std::stod(match[2].str());
-    if (presentBytes <= 0 || promisedBytes <= presentBytes) return;
-    const unsigned int frameBytes = bytesPerSample(info_.format) * channels();
+    if (promisedBytes <= presentBytes) return;
+    const unsigned int frameBytes = SoundFileFormat::bytesPerSample(info_.format) * channels();
+    // A header with no data after it: the frames promised, where their size is known.
+    if (info_.frames <= 0 || presentBytes <= 0) {
+        if (frameBytes > 0)
+            promisedFrames_ = static_cast<std::uint64_t>(promisedBytes / frameBytes);
+        return;
+    }
     // Where the encoding has no fixed size per sample, the frames in proportion.
     const double promised = frameBytes > 0
                                 ? promisedBytes / frameBytes
                                 : static_cast<double>(info_.frames) * promisedBytes / presentBytes;
     promisedFrames_ = static_cast<std::uint64_t>(promised);
-}
-
-unsigned int SoundFileReader::bytesPerSample(int format) {
-    switch (format & SF_FORMAT_SUBMASK) {
-        case SF_FORMAT_PCM_S8:
-        case SF_FORMAT_PCM_U8:
-        case SF_FORMAT_ULAW:
-        case SF_FORMAT_ALAW:
-            return 1;
-        case SF_FORMAT_PCM_16:
-            return 2;
-        case SF_FORMAT_PCM_24:
-            return 3;
-        case SF_FORMAT_PCM_32:
-        case SF_FORMAT_FLOAT:
-            return 4;
-        case SF_FORMAT_DOUBLE:
-            return 8;
-        default:
-            return 0;
-    }
 }
 
 SoundFileTags SoundFileReader::tags() const {
@@ -94,6 +112,13 @@ SoundFileTags SoundFileReader::tags() const {
         if (text != nullptr && *text != '\0') tags[kind] = text;
     }
     return tags;
+}
+
+std::vector<int> SoundFileReader::channelMap() const {
+    std::vector<int> map(static_cast<std::size_t>(info_.channels));
+    const int bytes = static_cast<int>(map.size() * sizeof(int));
+    if (sf_command(file_, SFC_GET_CHANNEL_MAP_INFO, map.data(), bytes) != SF_TRUE) return {};
+    return map;
 }
 
 SoundFileReader::~SoundFileReader() {

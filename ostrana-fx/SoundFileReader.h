@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "SampleSource.h"
 #include "SoundFileWriter.h"
@@ -32,17 +33,21 @@ class SoundFileReader : public SampleSource {
     int format() const { return info_.format; }
     // The file's text tags.
     SoundFileTags tags() const;
+    // The speaker of each channel (SF_CHANNEL_MAP_*) where the file says, else empty.
+    std::vector<int> channelMap() const;
     // How many frames the file's header promised when the file is shorter than that (its
     // data cut off), else 0.
     std::uint64_t promisedFrames() const { return promisedFrames_; }
     std::uint64_t framesRead() const { return framesRead_; }
 
+    // The highest sample rate read (a header beyond it is taken as damaged).
+    static constexpr unsigned int kHighestSampleRate = 768000;
+
   private:
     void checkReadable() const;
+    void checkSampleRate();
     void openStandardInput();
     void readPromisedFrames();
-    // Bytes a sample takes in the file; 0 for encodings without a fixed size.
-    static unsigned int bytesPerSample(int format);
 
     std::string path_;
     SF_INFO info_{};

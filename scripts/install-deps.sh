@@ -13,7 +13,7 @@ packages=(
     lv2-dev liblilv-dev lilv-utils sordi jalv jackd2 libjack-jackd2-dev
     python3-dev python3-venv pybind11-dev python3-numpy python3-pytest python3-soundfile
     python3-dask python3-distributed mypy python3-jedi
-    help2man sox
+    help2man sox flac acl
     "$@"
 )
 

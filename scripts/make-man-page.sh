@@ -21,7 +21,9 @@ section() {
     section "LIST" list
     section "DESCRIBE" describe
     section "DEMO" demo
-    printf '[EXIT STATUS]\n0 success, 1 a failure while running, 2 a usage error (anything known before audio is read).\n\n'
+    section "FORMATS" formats
+    section "STATS" stats
+    printf '[EXIT STATUS]\n0 success; 1 a failure while running (a file that cannot be read or written, a full disk, any failed input of a batch); 2 a usage error (anything known before audio is read: options, nodes, values, formats, a write-protected output, colliding batch outputs, an impossible sample rate).\n\n'
     printf '[SEE ALSO]\nThe README of OstranaAudioEffects.\n'
 } >"$include"
 

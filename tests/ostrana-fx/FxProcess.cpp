@@ -95,8 +95,15 @@ bool FxProcess::terminalAvailable() {
     }
 }
 
+// OSTRANA_FX_UNDER_TEST runs the tests against another build of the program (an older one,
+// to see a test fail where the defect it covers is still present).
+std::string FxProcess::program() {
+    const char* other = std::getenv("OSTRANA_FX_UNDER_TEST");
+    return other != nullptr && *other != '\0' ? other : OSTRANA_FX_PATH;
+}
+
 std::vector<std::string> FxProcess::commandLine(const std::vector<std::string>& arguments) {
-    std::vector<std::string> argv{OSTRANA_FX_PATH};
+    std::vector<std::string> argv{program()};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     return argv;
 }

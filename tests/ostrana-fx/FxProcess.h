@@ -15,6 +15,8 @@ struct FxRun {
 // Runs the real ostrana-fx binary with arguments and collects its exit status and output.
 class FxProcess {
   public:
+    // The program's path, for shell command lines.
+    static std::string program();
     // stdout and stderr go to pipes.
     static FxRun run(const std::vector<std::string>& arguments,
                      const std::string& workingDirectory = "");

@@ -222,7 +222,8 @@ TEST_F(FxRenderOptionsTest, ClippingInIntegerOutputIsCountedWithItsPeak) {
     WavFile::write(directory.file("loud.wav"), 2, kRate, loud, kFloatWav);
     const FxRun run = render({"--tail", "0", "--format", "pcm16", "--node", "delay"}, "loud.wav");
     EXPECT_EQ(run.exitStatus, 0);
-    EXPECT_NE(run.err.find("were clipped (peak "), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("were clipped in '"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("out.wav' (peak "), std::string::npos) << run.err;
     const FxRun asFloat = render({"--tail", "0", "--node", "delay"}, "loud.wav");
     EXPECT_EQ(asFloat.err.find("clipped"), std::string::npos) << asFloat.err;
 }

@@ -58,7 +58,7 @@ def render_with_fx(tmp_path, audio, sample_rate, effects, block_size, output_for
         for name, value in effect.to_dict()["parameters"].items():
             command += ["--set", f"{name}={command_line_value(value)}"]
     if output_format != "float":
-        command += ["--format", output_format]
+        command += ["--format", output_format, "--dither", "none"]
     command += list(extra)
     subprocess.run(command, check=True, capture_output=True)
     dtype = "float32" if output_format == "float" else "int32"
