@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <ostrana/audioeffects/ChannelGroups.h>
 #include <ostrana/audioeffects/EffectCatalogue.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 
@@ -18,6 +19,7 @@ namespace {
 // The highest channel count tried when telling the user which counts a node takes.
 constexpr unsigned int kMostChannelsProbed = 8;
 
+using extensions::audioeffects::channelGroups;
 using extensions::audioeffects::EffectCatalogue;
 using extensions::audioeffects::NodeParameter;
 using extensions::audioeffects::NodeTypeEntry;
@@ -119,17 +121,6 @@ std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
            (accepted.back() == 1 ? " channel" : " channels");
 }
 
-std::vector<unsigned int> NodeChain::groupSizes(std::size_t index, unsigned int channels) const {
-    const NodeTypeEntry* entry = EffectCatalogue::find(stages_[index].type);
-    if (entry == nullptr || entry->maxChannels == 0 || channels <= entry->maxChannels) return {};
-    std::vector<unsigned int> sizes(channels / entry->maxChannels, entry->maxChannels);
-    if (channels % entry->maxChannels != 0) sizes.push_back(channels % entry->maxChannels);
-    for (unsigned int size : sizes) {
-        if (!entry->acceptsChannels(size)) return {};
-    }
-    return sizes;
-}
-
 NodeChain::Group NodeChain::makeGroup(std::size_t index) {
     Group group;
     group.node = NodeCatalog::createNode(stages_[index].type, nodeLabel(index));
@@ -149,7 +140,9 @@ void NodeChain::negotiate(std::size_t index, unsigned int channels, unsigned int
         return group.processor != nullptr && group.processor->setBusFormats(inputs, outputs);
     };
     if (offer(stage.groups.front(), channels)) return;
-    const std::vector<unsigned int> sizes = groupSizes(index, channels);
+    const NodeTypeEntry* entry = EffectCatalogue::find(stage.type);
+    const std::vector<unsigned int> sizes =
+        entry != nullptr ? channelGroups(*entry, channels) : std::vector<unsigned int>();
     bool accepted = !sizes.empty();
     unsigned int first = 0;
     for (std::size_t g = 0; accepted && g < sizes.size(); ++g) {
@@ -160,7 +153,6 @@ void NodeChain::negotiate(std::size_t index, unsigned int channels, unsigned int
     }
     if (accepted) return;
     stage.groups.resize(1);
-    const NodeTypeEntry* entry = EffectCatalogue::find(stage.type);
     const std::string hint = channels == 1 && entry != nullptr && entry->acceptsChannels(2)
                                  ? "; --upmix makes two channels of a mono input"
                                  : "";

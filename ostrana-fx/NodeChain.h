@@ -89,8 +89,6 @@ class NodeChain {
     std::string nodeLabel(std::size_t index) const;
     void negotiate(std::size_t index, unsigned int channels, unsigned int sampleRate,
                    unsigned int blockFrames, const std::string& inputName);
-    // The channel counts of the groups a stage splits channels into; empty when it cannot.
-    std::vector<unsigned int> groupSizes(std::size_t index, unsigned int channels) const;
     Group makeGroup(std::size_t index);
     void connect(std::size_t index);
     std::string acceptedChannelCounts(const std::string& type) const;
