@@ -63,20 +63,21 @@ CLI::Validator blockFrames() {
 }
 
 // --tail: "auto" (in any case), or decimal seconds from 0 to an hour (no hexadecimal, no
-// exponent: 0x10 is not 16 s).
-CLI::Validator tailSeconds() {
+// exponent: 0x10 is not 16 s); --tail-max: the seconds only.
+CLI::Validator tailSeconds(bool allowAuto = true) {
     return CLI::Validator(
-        [](std::string& value) -> std::string {
+        [allowAuto](std::string& value) -> std::string {
             std::string lower = value;
             for (char& c : lower)
                 c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            if (lower == "auto") return "";
+            if (allowAuto && lower == "auto") return "";
             char* end = nullptr;
             const double seconds = std::strtod(value.c_str(), &end);
             const bool decimal = value.find_first_not_of("0123456789.") == std::string::npos;
             if (value.empty() || !decimal || *end != '\0' ||
                 !(seconds >= 0.0 && seconds <= 3600.0)) {
-                return "'" + value + "' is neither auto nor a number of seconds from 0 to 3600";
+                return "'" + value + "' is " + (allowAuto ? "neither auto nor " : "not ") +
+                       "a number of seconds from 0 to 3600";
             }
             return "";
         },
@@ -199,10 +200,12 @@ std::string CommandLine::renderFooter() {
         "true/false, yes/no, on/off or 1/0; whole numbers take decimal digits only; real\n"
         "numbers take decimals. `ostrana-fx params NODE` describes each parameter.\n"
         "\n"
-        "Tail: by default (--tail auto) silence is appended until the output stays below\n"
-        "-100 dBFS for a whole second (at most 30 s), because every effect here is built on a\n"
-        "delay line whose echoes and sweeps ring on after the input ends; --tail 0 keeps the\n"
-        "input's length exactly.\n"
+        "Tail: every effect here is built on a delay line whose echoes and sweeps ring on after\n"
+        "the input ends, so by default (--tail auto) silence is appended until the output stays\n"
+        "below -100 dBFS on every channel for 50 ms (or for the chain's longest delay, if that\n"
+        "is longer), at most --tail-max seconds (30 by default); a tail cut at that cap is faded\n"
+        "out over its last 50 ms and warned about. --tail SECONDS appends exactly that much;\n"
+        "--tail 0 keeps the input's length exactly.\n"
         "\n"
         "Channels: a node that takes fewer channels than the file has runs on independent\n"
         "groups of channels (pairs for the nodes that take two, a lone last channel on its own;\n"
@@ -229,7 +232,8 @@ std::string CommandLine::renderFooter() {
         "input (--suffix or --force).\n"
         "\n"
         "Warnings (standard error; --strict makes them failures): an input cut off before the\n"
-        "frames its header promised, samples that are not finite, clipped integer output.\n"
+        "frames its header promised, samples that are not finite, clipped integer output, an\n"
+        "automatic tail cut at --tail-max.\n"
         "\n"
         "Exit status: 0 success; 1 a failure while running (a file that cannot be read or\n"
         "written, any failed input of a batch); 2 a usage error: anything known before audio\n"
@@ -312,6 +316,12 @@ int CommandLine::run(int argc, char** argv) {
         ->type_name("SECONDS")
         ->check(notAnOption("tail length"))
         ->check(tailSeconds());
+    render
+        ->add_option("--tail-max", renderOptions.tailMaxSeconds,
+                     "The longest automatic tail, in seconds (default 30)")
+        ->type_name("SECONDS")
+        ->check(notAnOption("tail length"))
+        ->check(tailSeconds(false));
     render
         ->add_option("--format", renderOptions.encoding,
                      "Output sample format: " + TextList::join(SoundFileFormat::encodingNames()) +

@@ -1,9 +1,11 @@
 #include "NodeChain.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <ostrana/audioeffects/ChannelGroups.h>
 #include <ostrana/audioeffects/EffectCatalogue.h>
+#include <ostrana/audioeffects/TailTracker.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 
 #include "CommandError.h"
@@ -23,6 +25,7 @@ using extensions::audioeffects::channelGroups;
 using extensions::audioeffects::EffectCatalogue;
 using extensions::audioeffects::NodeParameter;
 using extensions::audioeffects::NodeTypeEntry;
+using extensions::audioeffects::TailTracker;
 
 // The parameter names of a node type, for messages.
 std::vector<std::string> parameterNames(const NodeTypeEntry* entry) {
@@ -119,6 +122,17 @@ std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
     for (unsigned int count : accepted) counts.push_back(std::to_string(count));
     return "; it takes " + TextList::join(counts, ", ", " or ") +
            (accepted.back() == 1 ? " channel" : " channels");
+}
+
+double NodeChain::quietTailSeconds() {
+    double seconds = TailTracker::kQuietSeconds;
+    for (Stage& stage : stages_) {
+        const NodeTypeEntry* entry = EffectCatalogue::find(stage.type);
+        if (entry == nullptr) continue;
+        seconds =
+            std::max(seconds, TailTracker::quietSecondsAfter(*entry, *stage.groups.front().node));
+    }
+    return seconds;
 }
 
 NodeChain::Group NodeChain::makeGroup(std::size_t index) {

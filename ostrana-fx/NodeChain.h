@@ -63,6 +63,9 @@ class NodeChain {
     bool empty() const { return stages_.empty(); }
     // The node types, joined with " -> ", for summaries.
     std::string describe() const;
+    // The quiet stretch that ends an automatic tail after the chain: the longest that any of
+    // its effect nodes asks for with its current settings.
+    double quietTailSeconds();
 
   private:
     using ParameterWrite = std::pair<const extensions::audioeffects::NodeParameter*,

@@ -51,9 +51,9 @@ TailLength tailLength(const RenderOptions& options, const NodeChain& chain) {
         for (const std::string& type : chain.types()) {
             if (EffectCatalogue::find(type) != nullptr) delayBased = true;
         }
-        return TailLength{delayBased, 0.0};
+        return TailLength{delayBased, 0.0, options.tailMaxSeconds};
     }
-    return TailLength{false, std::stod(options.tail)};
+    return TailLength{false, std::stod(options.tail), options.tailMaxSeconds};
 }
 
 // --dither: triangular when the output has fewer bits than the input (or the input is float or
@@ -72,7 +72,7 @@ SampleQuantizer::Dither ditherFor(const std::string& choice, int inputFormat, in
 std::uint64_t outputFrames(const SampleSource& source, const std::string& inputPath,
                            const TailLength& tail) {
     if (inputPath == "-" || source.totalFrames() == 0) return 0;
-    const double tailSeconds = tail.automatic ? Renderer::kLongestAutomaticTail : tail.seconds;
+    const double tailSeconds = tail.automatic ? tail.longestSeconds : tail.seconds;
     return source.totalFrames() + static_cast<std::uint64_t>(std::ceil(
                                       tailSeconds * static_cast<double>(source.sampleRate())));
 }
@@ -118,8 +118,16 @@ void printSummary(std::ostream& out, const RenderStatistics& statistics, const N
 
 // Warnings about what the render found; none when all went well.
 std::vector<std::string> findings(const RenderStatistics& statistics, const SoundFileReader& reader,
-                                  bool sanitize, const std::string& outputPath) {
+                                  bool sanitize, const TailLength& tail,
+                                  const std::string& outputPath) {
     std::vector<std::string> warnings;
+    if (statistics.tailCapped) {
+        char longest[32];
+        std::snprintf(longest, sizeof longest, "%g s", tail.longestSeconds);
+        warnings.push_back("the tail of '" + outputPath + "' still rang after " + longest +
+                           " and was cut there, faded out over its last 50 ms (--tail-max SECONDS "
+                           "allows a longer one)");
+    }
     if (reader.promisedFrames() > 0) {
         warnings.push_back("input '" + reader.path() + "' is cut off: its header promised " +
                            plural(reader.promisedFrames(), "frame") + ", " +
@@ -195,7 +203,7 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     renderer.setCountClipping(SoundFileFormat::isInteger(format));
     const RenderStatistics statistics = renderer.run();
     const std::vector<std::string> warnings =
-        findings(statistics, reader, options.sanitize, outputPath);
+        findings(statistics, reader, options.sanitize, tail, outputPath);
     for (const std::string& warning : warnings) {
         errors << "ostrana-fx render: warning: " << warning << std::endl;
     }

@@ -26,8 +26,9 @@ struct RenderOptions {
     std::string encoding;  // --format: empty to follow the input
     std::string typeName;  // --type: the output container, empty to follow OUT's extension
     std::string tail = "auto";
-    std::string dither = "auto";  // --dither: triangular, none, or auto (by the bit depths)
-    std::string suffix;           // --suffix: added to each output's name in a batch
+    double tailMaxSeconds = 30.0;  // --tail-max: the longest automatic tail
+    std::string dither = "auto";   // --dither: triangular, none, or auto (by the bit depths)
+    std::string suffix;            // --suffix: added to each output's name in a batch
     bool force = false;  // --force: replace write-protected outputs and, in a batch, the inputs
     // Finishing: --gain DB, --normalize [PEAK_DB], --trim START[,LENGTH], --fade-in and
     // --fade-out SECONDS, --quality Q; unset where not given.

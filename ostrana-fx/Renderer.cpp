@@ -8,6 +8,8 @@
 
 namespace ostrana::fx {
 
+using extensions::audioeffects::TailTracker;
+
 Renderer::Renderer(SampleSource& source, NodeChain& chain, FrameSink& writer,
                    unsigned int blockFrames)
     : source_(source),
@@ -64,12 +66,17 @@ std::size_t Renderer::fillChunk(float* interleaved, std::size_t maxFrames) {
     return filled;
 }
 
-std::size_t Renderer::fillTail(float* interleaved, std::size_t maxFrames,
-                               std::uint64_t tailDone) const {
-    const double seconds = tail_.automatic ? kLongestAutomaticTail : tail_.seconds;
-    const auto total = static_cast<std::uint64_t>(std::llround(seconds * source_.sampleRate()));
-    const std::size_t frames = static_cast<std::size_t>(
-        std::min<std::uint64_t>(maxFrames, total - std::min(total, tailDone)));
+// The tail that follows the input: fixed, or automatic and ending with a quiet stretch as
+// long as the chain's longest delay asks.
+TailTracker Renderer::makeTail() {
+    if (!tail_.automatic) return TailTracker::fixed(source_.sampleRate(), tail_.seconds);
+    return TailTracker::automatic(source_.sampleRate(), tail_.longestSeconds,
+                                  chain_.quietTailSeconds());
+}
+
+std::size_t Renderer::fillTail(const TailTracker& tail, float* interleaved,
+                               std::size_t maxFrames) const {
+    const std::size_t frames = tail.framesToFeed(maxFrames);
     std::fill(interleaved, interleaved + frames * channels_, 0.0f);
     return frames;
 }
@@ -94,20 +101,6 @@ void Renderer::inspectOutput(const float* interleaved, std::size_t frames,
     }
 }
 
-std::size_t Renderer::framesUntilQuiet(const float* interleaved, std::size_t frames,
-                                       std::size_t firstTailFrame) {
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        bool quiet = true;
-        for (unsigned int channel = 0; channel < channels_; ++channel) {
-            // Not a number is not quiet.
-            if (!(std::fabs(interleaved[frame * channels_ + channel]) < kQuietLevel)) quiet = false;
-        }
-        quietFrames_ = quiet ? quietFrames_ + 1 : 0;
-        if (quietFrames_ >= source_.sampleRate() && frame + 1 >= firstTailFrame) return frame + 1;
-    }
-    return frames;
-}
-
 RenderStatistics Renderer::run() {
     // Files are read and written in chunks of whole blocks of at least kChunkFrames frames, so
     // that small blocks do not mean small reads and writes; the nodes still get every block
@@ -117,9 +110,8 @@ RenderStatistics Renderer::run() {
     std::vector<float> inputChunk(chunkFrames * channels_);
     std::vector<float> outputChunk(chunkFrames * channels_);
     RenderStatistics statistics;
-    const bool wantsTail = tail_.automatic || tail_.seconds > 0.0;
+    TailTracker tail = makeTail();
     bool inTail = false;
-    quietFrames_ = 0;
     const auto start = std::chrono::steady_clock::now();
     for (;;) {
         std::size_t chunk = 0;
@@ -127,17 +119,13 @@ RenderStatistics Renderer::run() {
         if (!inTail) {
             chunk = fillChunk(inputChunk.data(), chunkFrames);
             inspectInput(inputChunk.data(), chunk, statistics);
-            if (chunk < chunkFrames && wantsTail) {
+            if (chunk < chunkFrames) {
                 inTail = true;
                 firstTailFrame = chunk;
-                const std::size_t silence =
-                    fillTail(inputChunk.data() + chunk * channels_, chunkFrames - chunk, 0);
-                statistics.tailFrames += silence;
-                chunk += silence;
+                chunk += fillTail(tail, inputChunk.data() + chunk * channels_, chunkFrames - chunk);
             }
         } else {
-            chunk = fillTail(inputChunk.data(), chunkFrames, statistics.tailFrames);
-            statistics.tailFrames += chunk;
+            chunk = fillTail(tail, inputChunk.data(), chunkFrames);
         }
         if (chunk == 0) break;
         for (std::size_t first = 0; first < chunk; first += blockFrames_) {
@@ -148,21 +136,21 @@ RenderStatistics Renderer::run() {
                              inputChunk.data() + first * channels_, frames);
         }
         std::size_t keep = chunk;
-        if (inTail && tail_.automatic) {
-            keep = framesUntilQuiet(outputChunk.data(), chunk, firstTailFrame);
-        } else if (tail_.automatic) {
-            framesUntilQuiet(outputChunk.data(), chunk, chunk);  // follows the quiet run only
+        if (inTail) {
+            keep = firstTailFrame +
+                   tail.takeInterleaved(outputChunk.data() + firstTailFrame * channels_, channels_,
+                                        chunk - firstTailFrame);
         }
-        const bool ended = keep < chunk;
-        statistics.tailFrames -= chunk - keep;
         applyGain(outputChunk.data(), keep);
         inspectOutput(outputChunk.data(), keep, statistics);
         if (levelMeter_ != nullptr) levelMeter_->observe(outputChunk.data(), keep, channels_);
         writer_.writeFrames(outputChunk.data(), keep);
         statistics.frames += keep;
         if (progressBar_ != nullptr) progressBar_->update(statistics.frames);
-        if (ended || chunk < chunkFrames) break;
+        if (inTail && tail.complete()) break;
     }
+    statistics.tailFrames = tail.frames();
+    statistics.tailCapped = tail.capped();
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     statistics.wallSeconds = elapsed.count();
     statistics.audioSeconds =

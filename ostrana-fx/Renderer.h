@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <ostrana/audioeffects/TailTracker.h>
+
 #include "FrameSink.h"
 #include "LevelMeter.h"
 #include "NodeChain.h"
@@ -12,17 +14,21 @@
 
 namespace ostrana::fx {
 
-// How much silence follows the input: a fixed length, or (automatic) until the output stays
-// below kQuietLevel for a whole second, at most kLongestAutomaticTail.
+// How much silence follows the input: a fixed length, or (automatic) until the output falls
+// quiet, at most longestSeconds (the effects library's TailTracker draws the line).
 struct TailLength {
     bool automatic = true;
     double seconds = 0.0;
+    double longestSeconds = extensions::audioeffects::TailTracker::kLongestSeconds;
 };
 
 // What a render did: how much audio went through and how long it took, and what it found.
 struct RenderStatistics {
     std::uint64_t frames = 0;
     std::uint64_t tailFrames = 0;
+    // Whether the automatic tail reached its longest before the output fell quiet (and was
+    // faded out over its last moments).
+    bool tailCapped = false;
     // Input samples that were NaN or infinite (replaced by 0 when sanitising).
     std::uint64_t nonFiniteInput = 0;
     // Output samples beyond full scale, and the largest magnitude among them (only counted
@@ -61,28 +67,20 @@ class Renderer {
     // fails. The writer is not committed here.
     RenderStatistics run();
 
-    // The longest automatic tail, in seconds.
-    static constexpr double kLongestAutomaticTail = 30.0;
-
   private:
     // Frames read and written at a time, at the least (rounded up to whole blocks).
     static constexpr std::size_t kChunkFrames = 8192;
 
-    // Silence is "quiet" below this level: -100 dBFS.
-    static constexpr float kQuietLevel = 1e-5f;
-
     // Reads until maxFrames frames are in or the source ends; returns how many.
     std::size_t fillChunk(float* interleaved, std::size_t maxFrames);
+    extensions::audioeffects::TailTracker makeTail();
     // Fills with silence as much of the tail as fits; returns how many frames.
-    std::size_t fillTail(float* interleaved, std::size_t maxFrames, std::uint64_t tailDone) const;
+    std::size_t fillTail(const extensions::audioeffects::TailTracker& tail, float* interleaved,
+                         std::size_t maxFrames) const;
     // Counts (and, sanitising, clears) non-finite samples.
     void inspectInput(float* interleaved, std::size_t frames, RenderStatistics& statistics) const;
     void inspectOutput(const float* interleaved, std::size_t frames,
                        RenderStatistics& statistics) const;
-    // In an automatic tail: how many of these frames to keep so that the output ends after one
-    // quiet second, and not before firstTailFrame; all of them while the second is not complete.
-    std::size_t framesUntilQuiet(const float* interleaved, std::size_t frames,
-                                 std::size_t firstTailFrame);
     void deinterleaveInput(const float* interleaved, std::size_t frames);
     // The chain's block into the output; the channels it does not process come from input.
     void interleaveOutput(float* interleaved, const float* input, std::size_t frames) const;
@@ -100,7 +98,6 @@ class Renderer {
     bool countClipping_ = false;
     float gain_ = 1.0f;
     std::vector<unsigned int> processed_;  // file channel of each chain channel
-    std::uint64_t quietFrames_ = 0;
 };
 
 }  // namespace ostrana::fx
