@@ -81,8 +81,7 @@ def test_integer_samples_equal_the_command_lines_undithered_ones(tmp_path):
     audio = signal(2, 20000) * 1.8
     delay = ostrana.Delay()
     for output_format in ("pcm16", "pcm24"):
-        expected = render_with_fx(tmp_path, audio, 48000, [delay], 512, output_format,
-                                  ["--dither", "none"])
+        expected = render_with_fx(tmp_path, audio, 48000, [delay], 512, output_format)
         path = tmp_path / "ours.wav"
         quietly(ostrana.write, path, delay(audio, 48000), 48000, format=output_format)
         ours, _ = soundfile.read(path, dtype="int32", always_2d=True)
