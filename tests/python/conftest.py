@@ -44,7 +44,7 @@ def command_line_value(value):
 
 
 def render_with_fx(tmp_path, audio, sample_rate, effects, block_size, output_format="float",
-                   extra=()):
+                   extra=(), tail="0"):
     """What ostrana-fx render computes for audio through effects (catalogue names and values),
     with extra options."""
     if not FX:
@@ -52,7 +52,7 @@ def render_with_fx(tmp_path, audio, sample_rate, effects, block_size, output_for
     source = tmp_path / "fx-in.wav"
     target = tmp_path / "fx-out.wav"
     soundfile.write(source, audio.T, sample_rate, subtype="FLOAT")
-    command = [FX, "render", str(source), str(target), "--block", str(block_size), "--tail", "0"]
+    command = [FX, "render", str(source), str(target), "--block", str(block_size), "--tail", tail]
     for effect in effects:
         command += ["--node", effect.type_name]
         for name, value in effect.to_dict()["parameters"].items():

@@ -1,6 +1,8 @@
 """Every effect, and chains of them, give exactly the samples of ostrana-fx render, bit for
 bit, at several parameter sets and block sizes."""
 
+import warnings
+
 import pytest
 
 import ostrana
@@ -63,6 +65,30 @@ def test_chain_of_every_effect_equals_command_line(tmp_path, block_size):
     audio = signal(2, FRAMES, seed=11)
     expected = render_with_fx(tmp_path, audio, 48000, effects, block_size)
     assert_bit_identical(chain(audio, 48000, block_size=block_size), expected)
+
+
+# An echo that rings past the cap (cut and faded), echoes that fall quiet, and swept delays.
+TAIL_CASES = [(ostrana.Delay, {"delay_ms": 1000, "feedback_level": 0.99}, True),
+              (ostrana.Delay, {"delay_ms": 300}, False),
+              (ostrana.Flanger, {}, False),
+              (ostrana.Chorus, {}, False),
+              (ostrana.PingPongDelay, {}, False)]
+
+
+@pytest.mark.parametrize("cls,settings,capped", TAIL_CASES,
+                         ids=[f"{case[0].__name__}-{index}" for index, case in
+                              enumerate(TAIL_CASES)])
+def test_automatic_tail_equals_command_line(tmp_path, cls, settings, capped):
+    effect = cls(**settings)
+    audio = signal(2, 4800, seed=5)
+    expected = render_with_fx(tmp_path, audio, 48000, [effect], 512, tail="auto",
+                              extra=["--tail-max", "3"])
+    with warnings.catch_warnings(record=True) as record:
+        warnings.simplefilter("always")
+        tailed = effect(audio, 48000, block_size=512, tail="auto", tail_max=3)
+    assert len(record) == (1 if capped else 0)
+    assert (tailed.shape[1] == 4800 + 3 * 48000) == capped
+    assert_bit_identical(tailed, expected)
 
 
 def test_nested_chain_equals_flat_chain():
