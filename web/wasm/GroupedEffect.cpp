@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <ostrana/audioeffects/ChannelGroups.h>
 #include <ostrana/sdk/AudioBusFormat.h>
 #include <ostrana/sdk/ExtensionManager.h>
 #include <ostrana/sdk/XVAnyMap.h>
@@ -13,18 +14,12 @@ namespace {
 using extensions::audioeffects::NodeTypeEntry;
 using extensions::audioeffects::ParameterValue;
 
-// The channel counts of the groups: all channels at once when the type takes them, else
-// groups of its most, the rest in a last group; empty when a group would be refused.
+// One node for channels the type takes, else the library's groups, as the other front ends run
+// them.
 std::vector<unsigned int> groupSizes(const NodeTypeEntry& entry, unsigned int channels) {
     if (channels == 0) return {};
     if (entry.acceptsChannels(channels)) return {channels};
-    if (entry.maxChannels == 0 || channels < entry.maxChannels) return {};
-    std::vector<unsigned int> sizes(channels / entry.maxChannels, entry.maxChannels);
-    if (channels % entry.maxChannels != 0) sizes.push_back(channels % entry.maxChannels);
-    for (unsigned int size : sizes) {
-        if (!entry.acceptsChannels(size)) return {};
-    }
-    return sizes;
+    return channelGroups(entry, channels);
 }
 
 double asNumber(const ParameterValue& value) {
