@@ -11,12 +11,14 @@
 #include "descriptors/EffectNodeTypeInfo.h"
 #include "nodes/DelayLineLength.h"
 #include "nodes/EchoParameters.h"
+#include "nodes/ParameterTable.h"
 
 namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-static_assert(std::get<unsigned int>(parameters::kDelayMs.maximum) == kLongestDelayMs);
+// The delay's parameters: the echo's, with its own wording for the switch.
+constexpr auto kDelaySlots = echoSlots("Enable or disable the delay effect.");
 
 // One channel's working state during a block: the line's storage, length and pointers, and
 // the channel's input and output samples. Copied out of the line before the block and back
@@ -59,6 +61,7 @@ audio::CircularBuffer resizedLine(const audio::CircularBuffer& line, int length)
 // The parameters, lines and per-block state of a delay node.
 struct DelayState : EchoParameters {
     explicit DelayState(unsigned int channelCount) : numberOfChannels(channelCount) {
+        startFromDefaults<EchoParameters>(*this, kDelaySlots);
         for (unsigned int channel = 0; channel < numberOfChannels; ++channel) {
             delayLines.emplace_back(lineLength);
         }
@@ -282,5 +285,9 @@ NodeTypeInfo DelayNode::getNodeTypeInfo() {
     return makeEffectNodeTypeInfo("Delay", "Delay",
                                   "Applies a delay effect to the input audio signal.");
 }
+
+// The delay as the catalogue lists it: mono or stereo.
+extern constinit const NodeTypeEntry kDelayType =
+    monoOrStereoEntry<DelayNode, EchoParameters, kDelaySlots>("delay");
 
 }  // namespace ostrana::extensions::audioeffects

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 
 #include <ostrana/audioeffects/PingPongDelayNode.h>
@@ -10,9 +11,9 @@
 #include <ostrana/sdk/XVAny.h>
 
 #include "descriptors/EffectNodeTypeInfo.h"
-#include "descriptors/EffectParameters.h"
 #include "nodes/DelayLineLength.h"
 #include "nodes/EchoParameters.h"
+#include "nodes/ParameterTable.h"
 
 namespace ostrana::extensions::audioeffects {
 
@@ -45,11 +46,18 @@ inline unsigned int advance(unsigned int index, unsigned int length) {
     return next == length ? 0 : next % length;
 }
 
+// The ping-pong delay's parameters: the echo's, with its own wording for the switch. They are
+// also its host properties, in this order.
+constexpr auto kPingPongSlots = echoSlots("Enable or disable the ping-pong delay effect.");
+using PingPongSlot = ParameterSlot<EchoParameters>;
+
 // The parameters, rings and per-block state of a ping-pong delay node.
 struct PingPongState : EchoParameters {
     PingPongState()
         : leftDelayLine(std::make_unique<float[]>(ringCapacity)),
-          rightDelayLine(std::make_unique<float[]>(ringCapacity)) {}
+          rightDelayLine(std::make_unique<float[]>(ringCapacity)) {
+        startFromDefaults<EchoParameters>(*this, kPingPongSlots);
+    }
 
     // Makes room in both rings for the longest delay at a negotiated rate; outside the audio
     // thread only. The rings never shrink: what they hold and the indices stay as they are.
@@ -165,44 +173,31 @@ void processFrames(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned
     }
 }
 
-// One host property: the parameter it is and the node's accessors for it, as XVAny.
-struct PropertyAccessors {
-    const ParameterDefinition* definition;
-    XVAny (*get)(const PingPongDelayNode& node);
-    void (*set)(PingPongDelayNode& node, const XVAny& value);
-};
-
-// A property held as T and read and written through kGet and kSet.
-template <typename T, T (PingPongDelayNode::*kGet)() const, void (PingPongDelayNode::*kSet)(T)>
-constexpr PropertyAccessors accessedAs(const ParameterDefinition& definition) {
-    return {&definition, [](const PingPongDelayNode& node) { return XVAny((node.*kGet)()); },
-            [](PingPongDelayNode& node, const XVAny& value) {
-                (node.*kSet)(XVAny::convert<T>(value));
-            }};
+// A property's value as hosts read it: an XVAny of the parameter's C++ type.
+XVAny propertyValue(const PingPongSlot& slot, const EchoParameters& values) {
+    return std::visit([](auto value) { return XVAny(value); }, slot.read(values));
 }
 
-// The node's properties, in the order its descriptor lists them.
-using PingPong = PingPongDelayNode;
-constexpr PropertyAccessors kProperties[] = {
-    accessedAs<bool, &PingPong::getIsEnabled, &PingPong::setIsEnabled>(
-        parameters::kPingPongEnabled),
-    accessedAs<unsigned int, &PingPong::getDelayMs, &PingPong::setDelayMs>(parameters::kDelayMs),
-    accessedAs<float, &PingPong::getDryMix, &PingPong::setDryMix>(parameters::kDryMix),
-    accessedAs<float, &PingPong::getWetMix, &PingPong::setWetMix>(parameters::kWetMix),
-    accessedAs<float, &PingPong::getFeedbackLevel, &PingPong::setFeedbackLevel>(
-        parameters::kFeedbackLevel),
-};
+// Stores a host's value converted to the parameter's C++ type (XVAny::convert).
+void setProperty(const PingPongSlot& slot, EchoParameters& values, const XVAny& value) {
+    std::visit(
+        [&](auto member) {
+            using T = typename std::remove_reference_t<decltype(values.*member)>::value_type;
+            (values.*member).exchange(XVAny::convert<T>(value));
+        },
+        slot.field);
+}
 
 // Registers every property with its schema read back from the node's own descriptor.
-void bindProperties(PingPongDelayNode& node) {
+void bindProperties(PingPongDelayNode& node, EchoParameters& values) {
     const NodeTypeInfo info = PingPongDelayNode::getNodeTypeInfo();
-    PingPongDelayNode* self = &node;
-    for (const PropertyAccessors& property : kProperties) {
-        const std::string name(property.definition->name);
+    EchoParameters* held = &values;
+    for (const PingPongSlot& slot : kPingPongSlots) {
+        const std::string name(slot.definition.name);
         const XVAny getter(
-            XVAny::Getter([self, &property] { return Result<XVAny>(property.get(*self)); }));
-        const XVAny setter(XVAny::Setter([self, &property](const XVAny& value) {
-            property.set(*self, value);
+            XVAny::Getter([held, &slot] { return Result<XVAny>(propertyValue(slot, *held)); }));
+        const XVAny setter(XVAny::Setter([held, &slot](const XVAny& value) {
+            setProperty(slot, *held, value);
             return Result<void>();
         }));
         node.registerProperty(name, info.getProperty(name), getter, setter);
@@ -268,7 +263,7 @@ struct PingPongDelayNode::Internals : PingPongState {};
 PingPongDelayNode::PingPongDelayNode(const XVAnyMap& configuration)
     : internals_(std::make_unique<Internals>()) {
     (void)configuration;
-    bindProperties(*this);
+    bindProperties(*this, *internals_);
 }
 
 PingPongDelayNode::~PingPongDelayNode() = default;
@@ -343,11 +338,21 @@ NodeTypeInfo PingPongDelayNode::getNodeTypeInfo() {
     NodeTypeInfo info =
         makeEffectNodeTypeInfo("PingPongDelay", "Ping Pong Delay",
                                "Applies a ping pong delay effect to the input audio signal.");
-    for (const PropertyAccessors& property : kProperties) {
-        info.properties.set(std::string(property.definition->name),
-                            XVAny(schemaOf(*property.definition)));
+    for (const PingPongSlot& slot : kPingPongSlots) {
+        info.properties.set(std::string(slot.definition.name), XVAny(schemaOf(slot.definition)));
     }
     return info;
 }
+
+// The ping-pong delay as the catalogue lists it: stereo only; the configuration is not read.
+extern constinit const NodeTypeEntry kPingPongDelayType =
+    catalogueEntry<PingPongDelayNode, EchoParameters, kPingPongSlots>(
+        {.shortName = "ping-pong-delay",
+         .minChannels = 2,
+         .maxChannels = 2,
+         .describe = &PingPongDelayNode::getNodeTypeInfo,
+         .create = [](const XVAnyMap& configuration) -> Node* {
+             return new PingPongDelayNode(configuration);
+         }});
 
 }  // namespace ostrana::extensions::audioeffects

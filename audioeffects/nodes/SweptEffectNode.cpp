@@ -7,33 +7,33 @@
 
 namespace ostrana::extensions::audioeffects {
 
-SweptEffectNode::SweptEffectNode(std::unique_ptr<Processor> processor)
-    : processor_(std::move(processor)) {}
+SweptEffectNode::SweptEffectNode(std::unique_ptr<SweptEffectProcessor> processor)
+    : internals_(std::move(processor)) {}
 
 SweptEffectNode::~SweptEffectNode() = default;
 
 bool SweptEffectNode::getIsEnabled() const {
-    return processor_->getIsEnabled();
+    return internals_->isEnabled.load();
 }
 
 void SweptEffectNode::setIsEnabled(bool isEnabled) {
-    processor_->setIsEnabled(isEnabled);
+    internals_->isEnabled.exchange(isEnabled);
 }
 
 float SweptEffectNode::getSweepWidth() const {
-    return processor_->getSweepWidth();
+    return internals_->sweepWidth.load();
 }
 
 void SweptEffectNode::setSweepWidth(float sweepWidth) {
-    processor_->setSweepWidth(sweepWidth);
+    internals_->sweepWidth.exchange(sweepWidth);
 }
 
 float SweptEffectNode::getFrequency() const {
-    return processor_->getFrequency();
+    return internals_->frequency.load();
 }
 
 void SweptEffectNode::setFrequency(float frequency) {
-    processor_->setFrequency(frequency);
+    internals_->frequency.exchange(frequency);
 }
 
 bool SweptEffectNode::setBusFormat(AudioBusFormat& inputBusFormat,
@@ -42,7 +42,7 @@ bool SweptEffectNode::setBusFormat(AudioBusFormat& inputBusFormat,
 }
 
 bool SweptEffectNode::process(AudioBus& inBus, AudioBus& outBus) {
-    return processor_->process(inBus, outBus);
+    return internals_->process(inBus, outBus);
 }
 
 }  // namespace ostrana::extensions::audioeffects

@@ -1,38 +1,43 @@
 #include "nodes/SweptEffectProcessor.h"
 
+#include <bit>
+#include <cstdint>
+
 #include <ostrana/sdk/SingleBusAudioProcessorNode.h>
 
 namespace ostrana::extensions::audioeffects {
 
-SweptEffectNode::Processor::Processor(unsigned int channels, const SweepRecipe& recipe)
-    : numberOfChannels_(channels),
-      defaultFrequency_(recipe.defaultFrequency),
-      lines_(SweptNodeRules::makeLines(channels)),
-      isEnabled_(recipe.defaultEnabled),
-      sweepWidth_(recipe.defaultSweepWidth) {
-    if (recipe.oscillatorPerChannel) {
+SweptEffectProcessor::SweptEffectProcessor(unsigned int channels, bool oscillatorPerChannel,
+                                           std::span<const SweptSlot> slots)
+    : numberOfChannels_(channels), lines_(SweptNodeRules::makeLines(channels)) {
+    startFromDefaults<SweptParameters>(*this, slots);
+    const float startingFrequency = frequency.load();
+    if (oscillatorPerChannel) {
         oscillators_.reserve(channels);
         for (unsigned int i = 0; i < channels; ++i) {
             oscillators_.push_back(SweptNodeRules::makeOscillator(
-                recipe.defaultFrequency, SweptNodeRules::phaseOffsetOf(i)));
+                startingFrequency, SweptNodeRules::phaseOffsetOf(i)));
         }
     } else {
-        oscillators_.push_back(SweptNodeRules::makeOscillator(recipe.defaultFrequency, 0.0f));
+        oscillators_.push_back(SweptNodeRules::makeOscillator(startingFrequency, 0.0f));
     }
     lookAheads_.resize(oscillators_.size());
 }
 
-float SweptEffectNode::Processor::getFrequency() const {
-    return oscillators_.empty() ? defaultFrequency_ : oscillators_.front().getFrequency();
+void SweptEffectProcessor::passFrequencyOn() {
+    const float wanted = frequency.load(std::memory_order_relaxed);
+    for (audio::LFO& oscillator : oscillators_) {
+        // Compared bit for bit, so that a NaN or a zero of the other sign is handed on too.
+        if (std::bit_cast<std::uint32_t>(oscillator.getFrequency()) !=
+            std::bit_cast<std::uint32_t>(wanted)) {
+            oscillator.setFrequency(wanted);
+        }
+    }
 }
 
-void SweptEffectNode::Processor::setFrequency(float frequency) {
-    for (audio::LFO& oscillator : oscillators_) oscillator.setFrequency(frequency);
-}
-
-bool SweptEffectNode::Processor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
+bool SweptEffectProcessor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
     if (!SingleBusAudioProcessorNode::busesFit(inBus, outBus, numberOfChannels_) ||
-        !isEnabled_.load(std::memory_order_relaxed)) {
+        !isEnabled.load(std::memory_order_relaxed)) {
         outBus.copyFrom(inBus);
         return false;
     }
@@ -42,6 +47,7 @@ bool SweptEffectNode::Processor::prepareBlock(AudioBus& inBus, AudioBus& outBus)
     outBus.buffer.setSampleRate(inBus.buffer.getSampleRate());
     SweptNodeRules::followFormat(inBus.buffer.getSampleRate(), inBus.buffer.getNumberOfChannels(),
                                  lastSampleRate_, lastNumberOfChannels_, lines_);
+    passFrequencyOn();
     return true;
 }
 

@@ -1,67 +1,61 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include <ostrana/audio/CircularBuffer.h>
 #include <ostrana/audio/LFO.h>
 #include <ostrana/audio/LFOLookAhead.h>
-#include <ostrana/audioeffects/SweptEffectNode.h>
 #include <ostrana/sdk/AudioBuffer.h>
 #include <ostrana/sdk/AudioBus.h>
 
 #include "nodes/SweepRecipe.h"
 #include "nodes/SweptDelayRenderer.h"
 #include "nodes/SweptNodeRules.h"
+#include "nodes/SweptParameters.h"
 
 namespace ostrana::extensions::audioeffects {
 
-// What a swept-delay node holds and does, whatever its recipe: the channel capacity, its
-// oscillators (one per channel, each a quarter cycle after the one before, or one shared by
-// every channel) with the steps each has computed ahead, one line per channel, the rate and channel
-// count of the previous block, and the enable flag and sweep width that control threads exchange
-// while the audio thread reads them. The block's work is the recipe's (SweptEffectProcessorFor).
-class SweptEffectNode::Processor {
+// What a swept-delay node holds and does, whatever its recipe: its parameters (started from its
+// table's defaults), the channel capacity, its oscillators (one per channel, each a quarter
+// cycle after the one before, or one shared by every channel) with the steps each has computed
+// ahead, one line per channel, and the rate and channel count of the previous block. The
+// block's work is the recipe's (SweptEffectProcessorFor).
+class SweptEffectProcessor : public SweptParameters {
   public:
-    Processor(unsigned int channels, const SweepRecipe& recipe);
-    virtual ~Processor() = default;
+    SweptEffectProcessor(unsigned int channels, bool oscillatorPerChannel,
+                         std::span<const SweptSlot> slots);
+    virtual ~SweptEffectProcessor() = default;
 
     // One block; always true (a block that does not fit passes through unchanged).
     virtual bool process(AudioBus& inBus, AudioBus& outBus) = 0;
 
-    bool getIsEnabled() const { return isEnabled_.load(std::memory_order_relaxed); }
-    void setIsEnabled(bool enabled) { isEnabled_.exchange(enabled); }
-    float getSweepWidth() const { return sweepWidth_.load(std::memory_order_relaxed); }
-    void setSweepWidth(float width) { sweepWidth_.exchange(width); }
-    float getFrequency() const;
-    void setFrequency(float frequency);
-
   protected:
     // Whether the block fits the lines and the effect is on. If so, the output takes the input's
-    // format (the render writes its samples) and the lines are cleared on a change of format;
-    // if not (false: nothing more to do), the input is copied to the output.
+    // format (the render writes its samples), the lines are cleared on a change of format and
+    // the oscillators take the frequency; if not (false: nothing more to do), the input is
+    // copied to the output.
     bool prepareBlock(AudioBus& inBus, AudioBus& outBus);
 
     unsigned int numberOfChannels_;
-    float defaultFrequency_;
     std::vector<audio::LFO> oscillators_;
     std::vector<audio::LFOLookAhead> lookAheads_;  // one per oscillator
     std::vector<audio::CircularBuffer> lines_;
     unsigned int lastSampleRate_ = 0;
     unsigned int lastNumberOfChannels_ = 0;
-    std::atomic<bool> isEnabled_;
-    std::atomic<float> sweepWidth_;
 
-    static_assert(std::atomic<bool>::is_always_lock_free);
-    static_assert(std::atomic<float>::is_always_lock_free);
+  private:
+    // Hands the frequency parameter to every oscillator that does not hold it yet.
+    void passFrequencyOn();
 };
 
 // The processor of one recipe: its block rendered with the recipe's constants compiled in.
 template <SweepRecipe kRecipe>
-class SweptEffectProcessorFor final : public SweptEffectNode::Processor {
+class SweptEffectProcessorFor final : public SweptEffectProcessor {
   public:
-    explicit SweptEffectProcessorFor(unsigned int channels) : Processor(channels, kRecipe) {}
+    SweptEffectProcessorFor(unsigned int channels, std::span<const SweptSlot> slots)
+        : SweptEffectProcessor(channels, kRecipe.oscillatorPerChannel, slots) {}
 
     bool process(AudioBus& inBus, AudioBus& outBus) override {
         if (!prepareBlock(inBus, outBus)) return true;
@@ -79,13 +73,15 @@ class SweptEffectProcessorFor final : public SweptEffectNode::Processor {
         }
         SweptDelayRenderer::render<kRecipe>(
             input, outBus.buffer, oscillators_.data(), lookAheads_.data(), lines_.data(),
-            sweepWidth_, kRecipe.wetGain, kRecipe.feedsBack ? kRecipe.feedback : 0.0f);
+            sweepWidth, kRecipe.wetGain, kRecipe.feedsBack ? kRecipe.feedback : 0.0f);
         return true;
     }
 
-    // A new processor of this recipe for a node of numberOfChannels channels.
-    static std::unique_ptr<SweptEffectNode::Processor> make(unsigned int numberOfChannels) {
-        return std::make_unique<SweptEffectProcessorFor>(numberOfChannels);
+    // A new processor of this recipe for a node of numberOfChannels channels, starting from
+    // the defaults of slots.
+    static std::unique_ptr<SweptEffectProcessor> make(unsigned int numberOfChannels,
+                                                      std::span<const SweptSlot> slots) {
+        return std::make_unique<SweptEffectProcessorFor>(numberOfChannels, slots);
     }
 };
 

@@ -49,11 +49,12 @@ TEST(ChorusNode, AccessorsStoreAnyValueAsGiven) {
     EXPECT_EQ(node.getFrequency(), -7.25f);
 }
 
-TEST(ChorusNode, NodeWithoutChannelsReportsTheStartingFrequency) {
+// With no oscillator to hold it, the frequency is still the node's parameter: it reads back.
+TEST(ChorusNode, NodeWithoutChannelsKeepsItsFrequencySetting) {
     ChorusNode node(0);
     EXPECT_EQ(node.getFrequency(), 0.2f);
     node.setFrequency(3.0f);
-    EXPECT_EQ(node.getFrequency(), 0.2f);
+    EXPECT_EQ(node.getFrequency(), 3.0f);
     runEmptyChannels(node, 64, 48000);
     expectMonoBlockPassesThrough(node);
 }

@@ -55,11 +55,12 @@ TEST(FlangerNode, AccessorsStoreAnyValueAsGiven) {
     EXPECT_EQ(node.getFrequency(), 12.5f);
 }
 
-TEST(FlangerNode, NodeWithoutChannelsReportsTheStartingFrequency) {
+// With no oscillator to hold it, the frequency is still the node's parameter: it reads back.
+TEST(FlangerNode, NodeWithoutChannelsKeepsItsFrequencySetting) {
     FlangerNode node(0);
     EXPECT_EQ(node.getFrequency(), 0.4f);
     node.setFrequency(3.0f);
-    EXPECT_EQ(node.getFrequency(), 0.4f);
+    EXPECT_EQ(node.getFrequency(), 3.0f);
     expectMonoBlockPassesThrough(node);
 }
 

@@ -66,6 +66,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode
     static NodeTypeInfo getNodeTypeInfo();
 
   private:
+    friend struct NodeInternals;
     struct Internals;
     std::unique_ptr<Internals> internals_;
 };

@@ -68,6 +68,7 @@ class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProce
     static NodeTypeInfo getNodeTypeInfo();
 
   private:
+    friend struct NodeInternals;
     struct Internals;
     std::unique_ptr<Internals> internals_;
 };

@@ -10,6 +10,9 @@
 
 namespace ostrana::extensions::audioeffects {
 
+// The state and per-block work of one swept effect, inside the library.
+class SweptEffectProcessor;
+
 // A swept-delay effect: the input's delayed copy, its delay swung by a slow sine. The chorus,
 // flanger and vibrato are this node with their own recipe; each effect's parameter ranges and
 // defaults are in its catalogue entry (EffectCatalogue::find("chorus") ...). Setters may run on
@@ -29,8 +32,8 @@ class OSTRANA_AUDIOEFFECTS_EXPORT SweptEffectNode : public SingleBusAudioProcess
     float getSweepWidth() const;
     void setSweepWidth(float sweepWidth);
     // Rate of the swing, in hertz: chorus 0.01 to 5 (default 0.2), flanger 0.01 to 5 (default
-    // 0.4), vibrato 0.1 to 14 (default 4). The getter gives the first channel's oscillator (the
-    // effect's starting value when there are no channels); the setter sets every oscillator.
+    // 0.4), vibrato 0.1 to 14 (default 4). Setting it while the node processes, the
+    // oscillators take the value at the start of each block.
     float getFrequency() const;
     void setFrequency(float frequency);
 
@@ -39,14 +42,12 @@ class OSTRANA_AUDIOEFFECTS_EXPORT SweptEffectNode : public SingleBusAudioProcess
     using SingleBusAudioProcessorNode::process;
     bool process(AudioBus& inBus, AudioBus& outBus) override;
 
-    // What an effect builds for its recipe: the state and the per-block work.
-    class Processor;
-
   protected:
-    explicit SweptEffectNode(std::unique_ptr<Processor> processor);
+    explicit SweptEffectNode(std::unique_ptr<SweptEffectProcessor> processor);
 
   private:
-    std::unique_ptr<Processor> processor_;
+    friend struct NodeInternals;
+    std::unique_ptr<SweptEffectProcessor> internals_;
 };
 
 }  // namespace ostrana::extensions::audioeffects
