@@ -20,17 +20,6 @@ struct Layout {
 };
 constexpr Layout kLayouts[] = {{2, 2}, {1, 1}, {2, 1}};
 
-// The effects that get a mono-to-stereo plug-in: those whose two channels differ for the same
-// input. The plain delay echoes each channel alike, so one input would give two equal outputs.
-constexpr std::string_view kMonoToStereo[] = {"ping-pong-delay", "vibrato", "flanger", "chorus"};
-
-bool hasMonoToStereo(std::string_view shortName) {
-    for (std::string_view name : kMonoToStereo) {
-        if (name == shortName) return true;
-    }
-    return false;
-}
-
 // A delay's own controls for tempo sync; the time port follows them.
 void addTempoSync(PluginVariant& variant) {
     variant.tempoSync = true;
@@ -66,7 +55,7 @@ PluginVariant makeVariant(const NodeTypeEntry& entry, Layout layout) {
 
 bool makesPlugin(const NodeTypeEntry& entry, Layout layout) {
     if (!entry.acceptsChannels(layout.channels)) return false;
-    return layout.inputs == layout.channels || hasMonoToStereo(entry.shortName);
+    return layout.inputs == layout.channels || entry.widensMono;
 }
 
 std::vector<PluginVariant> makePlugins() {

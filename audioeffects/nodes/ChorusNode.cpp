@@ -40,6 +40,6 @@ NodeTypeInfo ChorusNode::getNodeTypeInfo() {
 
 // The chorus as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kChorusType =
-    monoOrStereoEntry<ChorusNode, SweptParameters, kChorusSlots>("chorus");
+    monoOrStereoEntry<ChorusNode, SweptParameters, kChorusSlots>("chorus", true);
 
 }  // namespace ostrana::extensions::audioeffects

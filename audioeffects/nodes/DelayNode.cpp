@@ -288,6 +288,6 @@ NodeTypeInfo DelayNode::getNodeTypeInfo() {
 
 // The delay as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kDelayType =
-    monoOrStereoEntry<DelayNode, EchoParameters, kDelaySlots>("delay");
+    monoOrStereoEntry<DelayNode, EchoParameters, kDelaySlots>("delay", false);
 
 }  // namespace ostrana::extensions::audioeffects

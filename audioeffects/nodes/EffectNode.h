@@ -34,6 +34,7 @@ struct EffectNames {
     const char* subtype;         // "Tremolo": the type name is "AudioEffects.Tremolo"
     const char* displayName;     // "Tremolo"
     const char* description;     // one sentence, as the descriptors say it
+    bool widensMono = false;     // see NodeTypeEntry::widensMono
 };
 
 template <typename Effect>
@@ -108,7 +109,7 @@ class EffectNode final : public SingleBusAudioProcessorNode {
 template <EffectDefinition Effect>
 constexpr NodeTypeEntry effectEntry() {
     return monoOrStereoEntry<EffectNode<Effect>, typename Effect::Values, Effect::kSlots>(
-        Effect::kNames.shortName);
+        Effect::kNames.shortName, Effect::kNames.widensMono);
 }
 
 }  // namespace ostrana::extensions::audioeffects

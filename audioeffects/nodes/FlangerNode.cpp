@@ -40,6 +40,6 @@ NodeTypeInfo FlangerNode::getNodeTypeInfo() {
 
 // The flanger as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kFlangerType =
-    monoOrStereoEntry<FlangerNode, SweptParameters, kFlangerSlots>("flanger");
+    monoOrStereoEntry<FlangerNode, SweptParameters, kFlangerSlots>("flanger", true);
 
 }  // namespace ostrana::extensions::audioeffects

@@ -116,6 +116,7 @@ struct EffectIdentity {
     unsigned int maxChannels;
     NodeTypeInfo (*describe)();
     Node* (*create)(const XVAnyMap& configuration);
+    bool widensMono;
 };
 
 // The catalogue entry of an effect whose nodes are of NodeClass and hold kSlots.
@@ -123,19 +124,21 @@ template <typename NodeClass, typename Values, const auto& kSlots>
 constexpr NodeTypeEntry catalogueEntry(const EffectIdentity& identity) {
     return NodeTypeEntry{identity.shortName,   identity.minChannels,
                          identity.maxChannels, identity.describe,
-                         identity.create,      kCatalogueParameters<NodeClass, Values, kSlots>};
+                         identity.create,      kCatalogueParameters<NodeClass, Values, kSlots>,
+                         identity.widensMono};
 }
 
 // The entry of an effect that takes one or two channels, its nodes built for two from their
 // constructor (NodeClass(2)); the configuration is not read.
 template <typename NodeClass, typename Values, const auto& kSlots>
-constexpr NodeTypeEntry monoOrStereoEntry(std::string_view shortName) {
+constexpr NodeTypeEntry monoOrStereoEntry(std::string_view shortName, bool widensMono) {
     return catalogueEntry<NodeClass, Values, kSlots>(
         {.shortName = shortName,
          .minChannels = 1,
          .maxChannels = 2,
          .describe = &NodeClass::getNodeTypeInfo,
-         .create = [](const XVAnyMap&) -> Node* { return new NodeClass(2); }});
+         .create = [](const XVAnyMap&) -> Node* { return new NodeClass(2); },
+         .widensMono = widensMono});
 }
 
 }  // namespace ostrana::extensions::audioeffects

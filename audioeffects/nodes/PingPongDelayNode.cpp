@@ -353,6 +353,7 @@ extern constinit const NodeTypeEntry kPingPongDelayType =
          .describe = &PingPongDelayNode::getNodeTypeInfo,
          .create = [](const XVAnyMap& configuration) -> Node* {
              return new PingPongDelayNode(configuration);
-         }});
+         },
+         .widensMono = true});
 
 }  // namespace ostrana::extensions::audioeffects

@@ -41,6 +41,6 @@ NodeTypeInfo VibratoNode::getNodeTypeInfo() {
 
 // The vibrato as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kVibratoType =
-    monoOrStereoEntry<VibratoNode, SweptParameters, kVibratoSlots>("vibrato");
+    monoOrStereoEntry<VibratoNode, SweptParameters, kVibratoSlots>("vibrato", true);
 
 }  // namespace ostrana::extensions::audioeffects

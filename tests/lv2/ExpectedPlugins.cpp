@@ -26,7 +26,7 @@ std::vector<ExpectedPlugin> expectedPlugins() {
         const std::string uri = kProjectUri + std::string(entry.shortName);
         if (entry.acceptsChannels(2)) plugins.push_back({&entry, 2, uri});
         if (entry.minChannels == 1) plugins.push_back({&entry, 1, uri + "-mono"});
-        if (entry.acceptsChannels(2) && entry.shortName != "delay") {
+        if (entry.acceptsChannels(2) && entry.widensMono) {
             plugins.push_back({&entry, 2, uri + "-mono-stereo", true});
         }
     }

@@ -35,8 +35,10 @@ struct Identity {
 // Every node type of the catalogue beside its expected descriptor, in the catalogue's order.
 std::vector<Identity> allRecords() {
     const auto entries = EffectCatalogue::nodeTypes();
-    const std::vector<NodeTypeInfo> expected = ostrana::testing::expectedEffectNodeTypes();
-    const std::vector<std::string> names = ostrana::testing::expectedEffectTypeNames();
+    std::vector<NodeTypeInfo> described;
+    for (const NodeTypeEntry& entry : entries) described.push_back(entry.describe());
+    const std::vector<NodeTypeInfo> expected = ostrana::testing::expectedEffectNodeTypes(described);
+    const std::vector<std::string> names = ostrana::testing::expectedEffectTypeNames(described);
     EXPECT_EQ(entries.size(), expected.size()) << "the catalogue and the expected list differ";
     std::vector<Identity> records;
     for (std::size_t i = 0; i < std::min(entries.size(), expected.size()); ++i) {

@@ -144,6 +144,24 @@ std::vector<NodeTypeInfo> expectedEffectNodeTypes() {
     return types;
 }
 
+std::vector<NodeTypeInfo> expectedEffectNodeTypes(const std::vector<NodeTypeInfo>& registered) {
+    std::vector<NodeTypeInfo> types = expectedEffectNodeTypes();
+    for (std::size_t i = types.size(); i < registered.size(); ++i) {
+        const NodeTypeInfo& further = registered[i];
+        types.push_back(effect(further.subtype.c_str(), further.displayName.c_str(),
+                               further.description.c_str()));
+    }
+    return types;
+}
+
+std::vector<std::string> expectedEffectTypeNames(const std::vector<NodeTypeInfo>& registered) {
+    std::vector<std::string> names;
+    for (const NodeTypeInfo& type : expectedEffectNodeTypes(registered)) {
+        names.push_back(type.getFQTypeName());
+    }
+    return names;
+}
+
 std::vector<std::string> expectedEffectTypeNames() {
     std::vector<std::string> names;
     for (const ExpectedEffect& expected : kEffects) {

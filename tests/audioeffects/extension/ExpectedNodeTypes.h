@@ -8,12 +8,18 @@
 namespace ostrana::testing {
 
 // The descriptors the effects factory must register, in registration order, written out
-// field by field from literals (nothing is taken from the library under test). A new effect
-// adds its line to the list in ExpectedNodeTypes.cpp, and every test of the list follows.
+// field by field from literals (nothing is taken from the library under test): the five the
+// extension has always registered, first and in this order.
 std::vector<NodeTypeInfo> expectedEffectNodeTypes();
+// What a factory that registered `registered` must have registered: the five above, then, for
+// each further effect (one a later file of the library added after them), a descriptor with
+// that effect's own identity and every effect's shape. Each further effect's own test checks
+// its identity.
+std::vector<NodeTypeInfo> expectedEffectNodeTypes(const std::vector<NodeTypeInfo>& registered);
 
 // Their fully qualified type names ("AudioEffects.Delay", ...), in the same order.
 std::vector<std::string> expectedEffectTypeNames();
+std::vector<std::string> expectedEffectTypeNames(const std::vector<NodeTypeInfo>& registered);
 
 // The short names the effects' catalogue gives them ("delay", ...), in the same order.
 std::vector<std::string> expectedEffectShortNames();

@@ -26,6 +26,10 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT NodeTypeEntry {
     Node* (*create)(const XVAnyMap& configuration);
     // Its parameters, in the order people see them.
     std::span<const NodeParameter> parameters;
+    // Whether one input fed to both channels can come out as two different channels, a stereo
+    // image: front ends offer a mono-to-stereo form of such effects. The plain delay echoes each
+    // channel alike, so it does not.
+    bool widensMono = false;
 
     // The fully qualified type name, "AudioEffects.Delay", and the display name, "Delay", as
     // the descriptor gives them.
