@@ -1,10 +1,12 @@
-// FFmpeg reads what the tool writes with the channels, rate, sample format and length that
-// were asked for, in ffprobe's eyes as well as libsndfile's.
+// FFmpeg reads what the tool writes: every extension `ostrana-fx formats` lists, with each
+// sample format it lists, and what goes into a pipe, have the channels, rate, sample format and
+// length that were asked for, in ffprobe's eyes as well as libsndfile's.
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
 #include <filesystem>
 #include <map>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,6 +28,30 @@ struct Asked {
     long long frames;
     std::string encoding;
 };
+
+// An extension with the sample formats `ostrana-fx formats` lists for it.
+struct Listed {
+    std::string extension;
+    std::vector<std::string> encodings;
+};
+
+std::vector<Listed> listedFormats() {
+    const FxRun run = FxProcess::run({"formats"});
+    std::vector<Listed> listed;
+    std::istringstream lines(run.out);
+    std::string line;
+    while (std::getline(lines, line)) {
+        const std::size_t colon = line.rfind(": ");
+        if (line.rfind("  ", 0) != 0 || colon == std::string::npos) continue;
+        Listed entry{line.substr(2, line.find(' ', 2) - 2), {}};
+        std::istringstream names(line.substr(colon + 2));
+        std::string name;
+        while (std::getline(names, name, ','))
+            entry.encodings.push_back(name.substr(name[0] == ' '));
+        listed.push_back(entry);
+    }
+    return listed;
+}
 
 bool isCompressed(const std::string& encoding) {
     return encoding == "MPEG Layer III" || encoding == "Vorbis" || encoding == "Opus";
@@ -171,6 +197,51 @@ class FxFfprobeTest : public ::testing::Test {
 
     TempDirectory directory;
 };
+
+TEST_F(FxFfprobeTest, ReadsEveryListedExtensionInEverySampleFormat) {
+    const std::vector<Listed> listed = listedFormats();
+    ASSERT_GE(listed.size(), 20u) << "ostrana-fx formats listed too little";
+    std::size_t probed = 0;
+    for (const Listed& entry : listed) {
+        for (const std::string& encoding : entry.encodings) {
+            renderAndProbe(entry.extension, {2, 48000, 12000, encoding});
+            ++probed;
+        }
+    }
+    EXPECT_GE(probed, 80u);
+}
+
+// Mono at 44.1 kHz in each extension's 16-bit format (or its codec), and in IFF (8SVX), which
+// `formats` leaves out because it holds mono only.
+TEST_F(FxFfprobeTest, ReadsEveryExtensionInMonoAt44100Hz) {
+    std::vector<Listed> listed = listedFormats();
+    listed.push_back({"iff", {"pcm16"}});
+    for (const Listed& entry : listed) {
+        if (entry.extension == "opus") continue;  // Opus refuses 44.1 kHz (see ContainerTest)
+        const bool linear = !isCompressed(entry.encodings.front());
+        renderAndProbe(entry.extension,
+                       {1, 44100, 22050, linear ? "pcm16" : entry.encodings.front()});
+    }
+}
+
+// The formats that stream, written into a pipe and read from it: the header cannot be
+// completed there, so ffprobe's measure is what it decodes (and FLAC's stream tests clean).
+TEST_F(FxFfprobeTest, ReadsWhatGoesIntoAPipe) {
+    const Asked stereo{2, 48000, 48000, "pcm16"};
+    const std::string in = input(stereo);
+    const std::pair<const char*, std::string> types[] = {
+        {"flac", "pcm16"}, {"au", "pcm16"},  {"raw", "pcm16"},
+        {"ogg", "Vorbis"}, {"opus", "Opus"}, {"mp3", "MPEG Layer III"}};
+    for (const auto& [type, encoding] : types) {
+        const Asked asked{2, 48000, 48000, encoding};
+        const std::string producer = FxProcess::program() + " render '" + in + "' - --type " +
+                                     type + " --quiet --tail 0 --node delay";
+        const bool raw = std::string(type) == "raw";
+        const ProbeReport probe = Ffprobe::pipe(
+            producer, directory.path(), true, raw ? rawLayout(asked) : std::vector<std::string>{});
+        expectReadAsAsked(probe, asked, true, std::string("pipe of ") + type);
+    }
+}
 
 // A VOC file's 8-bit blocks keep the rate as a byte-sized divisor of 1 MHz: 44100 Hz would
 // have been written as 45454 Hz, which ffprobe and SoX play 3 % fast. Refused when asked for,
