@@ -224,14 +224,16 @@ TEST_F(FxFfprobeTest, ReadsEveryExtensionInMonoAt44100Hz) {
     }
 }
 
-// The formats that stream, written into a pipe and read from it: the header cannot be
-// completed there, so ffprobe's measure is what it decodes (and FLAC's stream tests clean).
+// The formats that stream (IRCAM, AVR, PARIS and PVF too, besides the ones the refusal names),
+// written into a pipe and read from it: the header cannot be completed there, so ffprobe's
+// measure is what it decodes.
 TEST_F(FxFfprobeTest, ReadsWhatGoesIntoAPipe) {
     const Asked stereo{2, 48000, 48000, "pcm16"};
     const std::string in = input(stereo);
     const std::pair<const char*, std::string> types[] = {
-        {"flac", "pcm16"}, {"au", "pcm16"},  {"raw", "pcm16"},
-        {"ogg", "Vorbis"}, {"opus", "Opus"}, {"mp3", "MPEG Layer III"}};
+        {"flac", "pcm16"}, {"au", "pcm16"},          {"raw", "pcm16"}, {"sf", "pcm16"},
+        {"avr", "pcm16"},  {"paf", "pcm16"},         {"pvf", "pcm16"}, {"ogg", "Vorbis"},
+        {"opus", "Opus"},  {"mp3", "MPEG Layer III"}};
     for (const auto& [type, encoding] : types) {
         const Asked asked{2, 48000, 48000, encoding};
         const std::string producer = FxProcess::program() + " render '" + in + "' - --type " +
