@@ -147,6 +147,15 @@ bool ffmpegCannotRead(const std::string& extension, const std::string& encoding)
     return extension == "mat" || (extension == "paf" && encoding == "pcm24");
 }
 
+// libsndfile's encoding for a --format name.
+int libraryEncoding(const std::string& encoding) {
+    static const std::map<std::string, int> encodings = {
+        {"float", SF_FORMAT_FLOAT},  {"double", SF_FORMAT_DOUBLE}, {"pcm16", SF_FORMAT_PCM_16},
+        {"pcm24", SF_FORMAT_PCM_24}, {"pcm32", SF_FORMAT_PCM_32},  {"pcm8", SF_FORMAT_PCM_S8},
+        {"u8", SF_FORMAT_PCM_U8}};
+    return encodings.at(encoding);
+}
+
 class FxFfprobeTest : public ::testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(Ffprobe::installed()) << Ffprobe::missing(); }
@@ -186,6 +195,7 @@ class FxFfprobeTest : public ::testing::Test {
             EXPECT_EQ(file.channels, asked.channels) << name;
             EXPECT_EQ(file.sampleRate, asked.rate) << name;
             EXPECT_EQ(static_cast<long long>(file.frames()), asked.frames) << name;
+            EXPECT_EQ(file.format & SF_FORMAT_SUBMASK, libraryEncoding(asked.encoding)) << name;
             return;
         }
         const bool raw = extension == "raw";
