@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "CommandError.h"
+#include "StoredRate.h"
 #include "TextList.h"
 
 namespace ostrana::fx {
@@ -75,12 +76,26 @@ std::vector<std::pair<std::string, int>> libraryContainers() {
     return containers;
 }
 
-bool fits(int format, unsigned int channels, unsigned int sampleRate) {
+bool libraryAccepts(int format, unsigned int channels, unsigned int sampleRate) {
     SF_INFO info{};
     info.format = format;
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(sampleRate);
     return sf_format_check(&info) == SF_TRUE;
+}
+
+// Whether a file of the format reads back at the rate it was made at. A headerless file
+// holds no rate, and a compressed encoding runs at its codec's own rates.
+bool keepsRate(int format, unsigned int channels, unsigned int sampleRate) {
+    if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RAW || !SoundFileFormat::isLinear(format)) {
+        return true;
+    }
+    return StoredRate::readBack(format, channels, sampleRate) == sampleRate;
+}
+
+// Whether a file of the format holds the audio as it is, at its own rate.
+bool fits(int format, unsigned int channels, unsigned int sampleRate) {
+    return libraryAccepts(format, channels, sampleRate) && keepsRate(format, channels, sampleRate);
 }
 
 // libsndfile's name of a container or an encoding: "WAV (Microsoft)", "32 bit float".
@@ -96,19 +111,7 @@ std::string formatName(int format) {
 // encoding nearest to it (16 bits for the lossy ones: an MP3 into a WAV gives 16-bit PCM).
 int nearestLinear(int inputFormat, int container) {
     const int encoding = inputFormat & SF_FORMAT_SUBMASK;
-    switch (encoding) {
-        case 0:
-        case SF_FORMAT_PCM_S8:
-        case SF_FORMAT_PCM_U8:
-        case SF_FORMAT_PCM_16:
-        case SF_FORMAT_PCM_24:
-        case SF_FORMAT_PCM_32:
-        case SF_FORMAT_FLOAT:
-        case SF_FORMAT_DOUBLE:
-            return encoding;
-        default:
-            break;
-    }
+    if (encoding == 0 || SoundFileFormat::isLinear(inputFormat)) return encoding;
     if ((inputFormat & SF_FORMAT_TYPEMASK) == container) return encoding;
     switch (SoundFileFormat::sourceBits(inputFormat)) {
         case 24:
@@ -137,6 +140,22 @@ void checkOpusRate(unsigned int sampleRate) {
                               std::to_string(sampleRate) +
                               " Hz; resample the input first (sox IN -r 48k OUT) or choose "
                               "another format (.ogg holds Vorbis at any rate)");
+}
+
+// A format whose header would give the file another rate than the audio's (so that it plays
+// at the wrong speed and pitch) is refused, naming the rate it would have. requested: the user
+// named the sample format with --format.
+void refuseChangedRate(int format, unsigned int channels, unsigned int sampleRate, bool requested) {
+    if (!libraryAccepts(format, channels, sampleRate)) return;
+    if (keepsRate(format, channels, sampleRate)) return;
+    const unsigned int stored = StoredRate::readBack(format, channels, sampleRate);
+    if (stored == 0) return;  // it cannot be made at all, which the caller says
+    throw CommandError::usage(
+        std::string(requested ? "--format: " : "") + formatName(format & SF_FORMAT_TYPEMASK) +
+        " files of " + formatName(format & SF_FORMAT_SUBMASK) + " samples cannot say " +
+        std::to_string(sampleRate) + " Hz (the file would say " + std::to_string(stored) +
+        " Hz, and play at the wrong speed); " +
+        (requested ? "choose another --format" : "resample the input or choose another format"));
 }
 
 }  // namespace
@@ -222,6 +241,7 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
     };
     if (requestedEncoding == SF_FORMAT_OPUS) checkOpusRate(sampleRate);
     if (requestedEncoding != 0) {
+        refuseChangedRate(withContainer(requestedEncoding), channels, sampleRate, true);
         if (!fits(withContainer(requestedEncoding), channels, sampleRate)) {
             throw CommandError::usage("--format: " + formatName(container) + " files cannot hold " +
                                       formatName(requestedEncoding) + " samples with " +
@@ -236,6 +256,9 @@ int SoundFileFormat::choose(int container, int requestedEncoding, int inputForma
     }
     for (int encoding : kFallbackEncodings) {
         if (fits(withContainer(encoding), channels, sampleRate)) return withContainer(encoding);
+    }
+    for (int encoding : kFallbackEncodings) {
+        refuseChangedRate(withContainer(encoding), channels, sampleRate, false);
     }
     throw CommandError::usage(formatName(container) + " files cannot hold " +
                               std::to_string(channels) + " channels at " +
@@ -257,19 +280,25 @@ int SoundFileFormat::forSize(int format, std::uint64_t frames, unsigned int chan
     return SF_FORMAT_RF64 | (format & SF_FORMAT_SUBMASK);
 }
 
-bool SoundFileFormat::isInteger(int format) {
+bool SoundFileFormat::isLinear(int format) {
     switch (format & SF_FORMAT_SUBMASK) {
         case SF_FORMAT_PCM_S8:
         case SF_FORMAT_PCM_U8:
         case SF_FORMAT_PCM_16:
         case SF_FORMAT_PCM_24:
         case SF_FORMAT_PCM_32:
-        case SF_FORMAT_ULAW:
-        case SF_FORMAT_ALAW:
+        case SF_FORMAT_FLOAT:
+        case SF_FORMAT_DOUBLE:
             return true;
         default:
             return false;
     }
+}
+
+bool SoundFileFormat::isInteger(int format) {
+    const int encoding = format & SF_FORMAT_SUBMASK;
+    if (encoding == SF_FORMAT_ULAW || encoding == SF_FORMAT_ALAW) return true;
+    return isLinear(format) && encoding != SF_FORMAT_FLOAT && encoding != SF_FORMAT_DOUBLE;
 }
 
 unsigned int SoundFileFormat::integerBits(int format) {

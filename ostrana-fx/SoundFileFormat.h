@@ -44,6 +44,8 @@ class SoundFileFormat {
     // small); frames 0 means the size is not known, which counts as large. Other formats
     // come back as they are.
     static int forSize(int format, std::uint64_t frames, unsigned int channels);
+    // Whether the encoding is linear: integer PCM or float, not compressed or companded.
+    static bool isLinear(int format);
     // Whether the encoding is stored as integers (and so clips beyond full scale).
     static bool isInteger(int format);
     // The bits of a linear integer (PCM) encoding, 0 for any other (float, compressed, A-law).

@@ -1,5 +1,6 @@
 #include "SoundFileWriter.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +16,19 @@ namespace ostrana::fx {
 namespace {
 
 constexpr std::size_t kPieceFrames = 4096;
+
+// Whether libsndfile writes a format into a pipe, tried on a pipe of the program's own: some
+// formats (AIFF) write their header before they find that they cannot, which on the real
+// output would leave it in the user's pipe after the refusal.
+bool pipeTakes(SF_INFO info) {
+    int ends[2];
+    if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) return true;  // the real open decides
+    // libsndfile closes the writing end, also when it fails to open.
+    SNDFILE* file = sf_open_fd(ends[1], SFM_WRITE, &info, SF_TRUE);
+    if (file != nullptr) sf_close(file);
+    close(ends[0]);
+    return file != nullptr;
+}
 
 }  // namespace
 
@@ -59,6 +73,7 @@ bool SoundFileWriter::throughStream() const {
 }
 
 void SoundFileWriter::open(SF_INFO& info) {
+    if (!output_.seekable() && !throughStream() && !pipeTakes(info)) refuseStream();
     if (throughStream()) {
         file_ = sf_open_virtual(&stream_.callbacks(), SFM_WRITE, &info, &stream_);
     } else {
@@ -70,14 +85,17 @@ void SoundFileWriter::open(SF_INFO& info) {
     }
     if (file_ != nullptr) return;
     const std::string reason = sf_strerror(nullptr);
-    if (!output_.seekable()) {
-        throw CommandError::usage(
-            "cannot write " + SoundFileFormat::describe(format_) + " to " + output_.kindText() +
-            ": the format needs a file it can seek in; formats that "
-            "stream: au, flac, ogg, mp3, raw (choose one with --type, e.g. --type flac)");
-    }
+    if (!output_.seekable()) refuseStream();
     checkWritten(sf_error(nullptr));
     throw CommandError::failure(cannotWrite(reason));
+}
+
+void SoundFileWriter::refuseStream() const {
+    throw CommandError::usage("cannot write " + SoundFileFormat::describe(format_) + " to " +
+                              output_.kindText() +
+                              ": the format needs a file it can seek in; formats that "
+                              "stream: au, flac, ogg, mp3, raw (choose one with --type, e.g. "
+                              "--type flac)");
 }
 
 SoundFileWriter::~SoundFileWriter() {

@@ -61,6 +61,8 @@ class SoundFileWriter : public FrameSink {
     // otherwise complete with a header rewrite appended to the stream).
     bool throughStream() const;
     void open(SF_INFO& info);
+    // Refuses a format that needs a file it can seek in, for an output that is not one.
+    [[noreturn]] void refuseStream() const;
     // Throws when the container cannot be left without audio and none was written.
     void checkNotEmpty() const;
     // Writes through the quantizer, a piece at a time; returns the frames written.

@@ -14,6 +14,7 @@ packages=(
     python3-dev python3-venv pybind11-dev python3-numpy python3-pytest python3-soundfile
     python3-dask python3-distributed mypy python3-jedi
     help2man sox flac acl
+    ffmpeg
     "$@"
 )
 

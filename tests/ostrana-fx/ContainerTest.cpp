@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "Ffprobe.h"
 #include "FxProcess.h"
 #include "TempDirectory.h"
 #include "TestSignal.h"
@@ -127,8 +128,9 @@ TEST_F(FxContainerTest, WavFromAPipeIsAPlainWavWhenSmall) {
 
 // Past 4 GiB a WAV is RF64: 8 channels of doubles for 1401 s (4.3 GB, which a WAV's 32-bit
 // sizes cannot describe: it read as 2.9 s). The tail is silence, written as holes, so the file
-// takes a few megabytes of disk and the test a few seconds. (SoX reads it too, as 23:21, but
-// takes over a minute to, so it is not asked here.)
+// takes a few megabytes of disk and the test a few seconds. ffprobe reads its length from the
+// header as well. (SoX reads it too, as 23:21, but takes over a minute to, even `sox --i`, so it
+// is not asked here.)
 TEST_F(FxContainerTest, AWavPast4GiBIsRf64AndReadsWhole) {
     WavFile::write(directory.file("in.wav"), 8, 48000, makeTestSignal(8, 48000, 48000),
                    SF_FORMAT_WAV | SF_FORMAT_PCM_16);
@@ -157,6 +159,15 @@ TEST_F(FxContainerTest, AWavPast4GiBIsRf64AndReadsWhole) {
     for (const double sample : first) peak = std::max(peak, std::fabs(sample));
     EXPECT_GT(peak, 0.1);
     sf_close(file);
+
+    ASSERT_TRUE(Ffprobe::installed()) << Ffprobe::missing();
+    const ProbeReport probe = Ffprobe::file(out, false);
+    EXPECT_EQ(probe.exitStatus, 0) << probe.errors;
+    EXPECT_EQ(probe.errors, "");
+    EXPECT_EQ(probe.field("codec_name"), "pcm_f64le");
+    EXPECT_EQ(probe.number("channels"), 8);
+    EXPECT_EQ(probe.number("sample_rate"), 48000);
+    EXPECT_EQ(probe.reportedFrames(), 48000LL * 1401);
 }
 
 // A file with a speaker layout, each channel's speaker as libsndfile names it.

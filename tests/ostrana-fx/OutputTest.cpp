@@ -187,6 +187,23 @@ TEST_F(OutputTest, DevStdoutIntoAPipeHoldsOnlyTheAudio) {
     EXPECT_EQ(firstBitDifference(WavFile::read(received).samples, expected), -1);
 }
 
+// A format that needs a file it can seek in is refused into a pipe before anything reaches the
+// pipe: AIFF used to leave its 54-byte header there (which ffprobe read as an empty file).
+TEST_F(OutputTest, AFormatThatCannotStreamLeavesThePipeEmpty) {
+    for (const char* type : {"aiff", "caf", "w64", "wav", "rf64", "voc"}) {
+        const std::string received = directory.file(std::string("received.") + type);
+        const std::string log = directory.file("error.log");
+        const int status =
+            shell("bash -o pipefail -c \"" + std::string(OSTRANA_FX_PATH) + " render '" +
+                  directory.file("in.wav") + "' - --type " + type + " --tail 0 --node delay 2> '" +
+                  log + "' | cat > '" + received + "'\"");
+        EXPECT_EQ(status, 2) << type << ": " << readBytes(log);
+        EXPECT_NE(readBytes(log).find("needs a file it can seek in"), std::string::npos)
+            << type << ": " << readBytes(log);
+        EXPECT_EQ(readBytes(received).size(), 0u) << type;
+    }
+}
+
 // libsndfile reads FLAC only from a file it can seek in: from a pipe it is refused before any
 // audio is read, with the formats that do work from a pipe.
 TEST_F(OutputTest, FlacFromAPipeIsRefusedWithTheFormatsThatWork) {
