@@ -1,11 +1,15 @@
 #include "ManifestTurtle.h"
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
+
 #include "PluginList.h"
 #include "PluginTurtle.h"
 #include "PresetTurtle.h"
 #include "TurtleText.h"
 
 namespace ostrana::lv2 {
+
+using extensions::audioeffects::EffectCatalogue;
 
 std::string ManifestTurtle::text(const std::string& binaryFileName) {
     std::string text = TurtleText::prefixes();
@@ -15,7 +19,7 @@ std::string ManifestTurtle::text(const std::string& binaryFileName) {
                 TurtleText::resource(PluginTurtle::kFileName) + " , " +
                 TurtleText::resource(PresetTurtle::kFileName) + " .\n\n";
     }
-    for (const FactoryPreset& preset : FactoryPresetTable::all()) {
+    for (const Preset& preset : EffectCatalogue::presets()) {
         const std::string plugins = PresetTurtle::appliesTo(preset);
         if (plugins.empty()) continue;
         text += TurtleText::resource(PresetTurtle::uriOf(preset)) +

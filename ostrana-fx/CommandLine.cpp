@@ -18,6 +18,7 @@
 #include "ListCommand.h"
 #include "NodeCatalog.h"
 #include "ParamsCommand.h"
+#include "PresetsCommand.h"
 #include "RenderCommand.h"
 #include "RenderOptions.h"
 #include "SoundFileFormat.h"
@@ -30,8 +31,8 @@ namespace ostrana::fx {
 namespace {
 
 constexpr unsigned int kLargestBlock = 1u << 20;
-constexpr const char* kCommands[] = {"list", "describe", "params", "render",
-                                     "demo", "formats",  "stats"};
+constexpr const char* kCommands[] = {"list",   "describe", "params",  "presets",
+                                     "render", "demo",     "formats", "stats"};
 
 // A value that is really the next option ("--node --quiet") means the value is missing.
 CLI::Validator notAnOption(const std::string& what) {
@@ -199,6 +200,9 @@ std::string CommandLine::renderFooter() {
         "parameter's range are refused (--allow-out-of-range lets them through). Switches take\n"
         "true/false, yes/no, on/off or 1/0; whole numbers take decimal digits only; real\n"
         "numbers take decimals. `ostrana-fx params NODE` describes each parameter.\n"
+        "--preset NAME applies a factory preset (`ostrana-fx presets NODE` lists them) to the\n"
+        "node before it, every parameter it does not name back to its default; a --set after\n"
+        "it changes one setting. An unknown preset is refused, with the node's presets listed.\n"
         "\n"
         "Tail: every effect here is built on a delay line whose echoes and sweeps ring on after\n"
         "the input ends, so by default (--tail auto) silence is appended until the output stays\n"
@@ -248,21 +252,25 @@ std::string CommandLine::renderFooter() {
 void CommandLine::collectChainEntries(const CLI::App& render, RenderOptions& options) {
     const CLI::Option* node = render.get_option("--node");
     const CLI::Option* set = render.get_option("--set");
-    const std::vector<std::string>& types = node->results();
-    const std::vector<std::string>& assignments = set->results();
+    const CLI::Option* preset = render.get_option("--preset");
     std::size_t nextType = 0;
     std::size_t nextAssignment = 0;
+    std::size_t nextPreset = 0;
+    const auto addSetting = [&options](NodeSetting::Kind kind, const std::string& text) {
+        if (options.nodes.empty()) {
+            options.orphanSettings.push_back({kind, text});
+        } else {
+            options.nodes.back().settings.push_back({kind, text});
+        }
+    };
     // parse_order holds one entry per value given, in the order given.
     for (const CLI::Option* option : render.parse_order()) {
-        if (option == node && nextType < types.size()) {
-            options.nodes.push_back(ChainEntry{types[nextType++], {}});
-        } else if (option == set && nextAssignment < assignments.size()) {
-            const std::string& assignment = assignments[nextAssignment++];
-            if (options.nodes.empty()) {
-                options.orphanAssignments.push_back(assignment);
-            } else {
-                options.nodes.back().assignments.push_back(assignment);
-            }
+        if (option == node && nextType < node->results().size()) {
+            options.nodes.push_back(ChainEntry{node->results()[nextType++], {}});
+        } else if (option == set && nextAssignment < set->results().size()) {
+            addSetting(NodeSetting::Kind::Assignment, set->results()[nextAssignment++]);
+        } else if (option == preset && nextPreset < preset->results().size()) {
+            addSetting(NodeSetting::Kind::Preset, preset->results()[nextPreset++]);
         }
     }
 }
@@ -292,6 +300,7 @@ int CommandLine::run(int argc, char** argv) {
     RenderOptions renderOptions;
     std::vector<std::string> nodeValues;
     std::vector<std::string> setValues;
+    std::vector<std::string> presetValues;
     CLI::App* render = app.add_subcommand("render", "Run sound files through a chain of nodes");
     render
         ->add_option("FILES", renderOptions.files,
@@ -306,6 +315,13 @@ int CommandLine::run(int argc, char** argv) {
         ->allow_extra_args(false)
         ->type_name("NAME=VALUE")
         ->check(notAnOption("NAME=VALUE"));
+    render
+        ->add_option("--preset", presetValues,
+                     "Apply a factory preset to the node before it: every parameter it does not "
+                     "name back to its default (repeatable; see ostrana-fx presets)")
+        ->allow_extra_args(false)
+        ->type_name("NAME")
+        ->check(notAnOption("preset name"));
     render->add_option("--block", renderOptions.blockFrames, "Frames per block (default 512)")
         ->type_name("FRAMES")
         ->check(notAnOption("number of frames"))
@@ -406,6 +422,13 @@ int CommandLine::run(int argc, char** argv) {
         "demo", "Synthesise a test signal and render it through every effect into DIR");
     demo->add_option("DIR", demoDirectory, "Output directory (default demo-out)");
 
+    std::string presetsType;
+    bool presetsJson = false;
+    CLI::App* presets = app.add_subcommand(
+        "presets", "List the factory presets, of every node type or of NODE, with their settings");
+    presets->add_option("NODE", presetsType, "Node type, by short name (delay) or full name");
+    presets->add_flag("--json", presetsJson, "Print JSON instead of a table");
+
     CLI::App* formats = app.add_subcommand(
         "formats", "List the extensions render writes, with the sample formats each holds");
 
@@ -455,6 +478,8 @@ int CommandLine::run(int argc, char** argv) {
             RenderCommand::run(renderOptions, std::cout, std::cerr);
         } else if (*demo) {
             DemoCommand::run(demoDirectory, std::cout);
+        } else if (*presets) {
+            PresetsCommand::run(presetsType, presetsJson, std::cout);
         } else if (*formats) {
             FormatsCommand::run(std::cout);
         } else if (*stats) {

@@ -25,6 +25,7 @@ using extensions::audioeffects::channelGroups;
 using extensions::audioeffects::EffectCatalogue;
 using extensions::audioeffects::NodeParameter;
 using extensions::audioeffects::NodeTypeEntry;
+using extensions::audioeffects::Preset;
 using extensions::audioeffects::TailTracker;
 
 // The parameter names of a node type, for messages.
@@ -66,12 +67,40 @@ std::vector<std::string> NodeChain::types() const {
     return types;
 }
 
-void NodeChain::setParameter(const std::string& assignment) {
+NodeChain::Stage& NodeChain::lastStage(const std::string& what) {
     if (stages_.empty()) {
-        throw CommandError::usage("--set '" + assignment +
-                                  "': comes before any --node; each --set applies to the "
-                                  "--node before it");
+        const std::string option = what.substr(0, what.find(' '));
+        throw CommandError::usage(what + ": comes before any --node; each " + option +
+                                  " applies to the --node before it");
     }
+    return stages_.back();
+}
+
+void NodeChain::applyPreset(const std::string& name) {
+    Stage& stage = lastStage("--preset '" + name + "'");
+    const std::string where = "--preset '" + name + "' on " + nodeLabel(stages_.size() - 1);
+    const Preset* preset = EffectCatalogue::findPreset(stage.type, name);
+    if (preset == nullptr) {
+        std::vector<std::string> names;
+        for (const Preset& known : EffectCatalogue::presetsOf(stage.type))
+            names.emplace_back(known.name);
+        const NodeTypeEntry* entry = EffectCatalogue::find(stage.type);
+        std::string listing;
+        if (entry != nullptr) listing.append(" ").append(entry->shortName);
+        throw CommandError::usage(where + ": unknown preset" + Suggestion::didYouMean(name, names) +
+                                  " (presets of " + stage.type + ": " + TextList::join(names) +
+                                  "; see ostrana-fx presets" + listing + ")");
+    }
+    Node& node = *stage.groups.front().node;
+    EffectCatalogue::applyPreset(*preset, node);
+    // Recorded as the values written, for the nodes of other channel groups made later.
+    for (const NodeParameter& parameter : EffectCatalogue::find(stage.type)->parameters) {
+        stage.writes.emplace_back(&parameter, parameter.read(node));
+    }
+}
+
+void NodeChain::setParameter(const std::string& assignment) {
+    lastStage("--set '" + assignment + "'");
     const std::size_t index = stages_.size() - 1;
     const std::string where = "--set '" + assignment + "' on " + nodeLabel(index);
     const std::size_t equals = assignment.find('=');

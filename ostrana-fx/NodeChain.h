@@ -39,6 +39,10 @@ class NodeChain {
     // no node yet, when the node has no such parameter, when the value does not parse, or
     // when it lies outside the parameter's range.
     void setParameter(const std::string& assignment);
+    // Applies the catalogue's preset of this name (in any case) to the last node added: every
+    // parameter gets the preset's value or its default. Throws a usage CommandError when there
+    // is no node yet or the node's type has no such preset (listing the presets it has).
+    void applyPreset(const std::string& name);
     // Whether setParameter stores values outside a parameter's range (refused by default).
     void setAllowOutOfRange(bool allow) { allowOutOfRange_ = allow; }
 
@@ -90,6 +94,9 @@ class NodeChain {
     };
 
     std::string nodeLabel(std::size_t index) const;
+    // The stage the next --set or --preset applies to: the last; what names the option for
+    // messages when there is none.
+    Stage& lastStage(const std::string& what);
     void negotiate(std::size_t index, unsigned int channels, unsigned int sampleRate,
                    unsigned int blockFrames, const std::string& inputName);
     Group makeGroup(std::size_t index);

@@ -2,17 +2,14 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <charconv>
-#include <cstdlib>
-#include <type_traits>
-#include <variant>
-#include <vector>
+#include <string>
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
 
 #include "CommandError.h"
 #include "NodeCatalog.h"
+#include "ParameterJson.h"
+#include "TextTable.h"
 
 namespace ostrana::fx {
 
@@ -23,24 +20,7 @@ using extensions::audioeffects::formatValue;
 using extensions::audioeffects::kindName;
 using extensions::audioeffects::NodeParameter;
 using extensions::audioeffects::NodeTypeEntry;
-using extensions::audioeffects::ParameterValue;
 using extensions::audioeffects::unitName;
-
-// A float as the shortest decimal that reads back as it (0.2, not 0.20000000298023224, the
-// float widened to a double).
-nlohmann::json jsonValue(const ParameterValue& value) {
-    return std::visit(
-        [](auto held) {
-            if constexpr (std::is_same_v<decltype(held), float>) {
-                char text[32];
-                const auto end = std::to_chars(text, text + sizeof text, held).ptr;
-                return nlohmann::json(std::strtod(std::string(text, end).c_str(), nullptr));
-            } else {
-                return nlohmann::json(held);
-            }
-        },
-        value);
-}
 
 std::string channelsText(const NodeTypeEntry& entry) {
     const std::string counts =
@@ -57,9 +37,9 @@ void printJson(const NodeTypeEntry& entry, std::ostream& out) {
     for (const NodeParameter& parameter : entry.parameters) {
         parameters.push_back({{"name", parameter.name},
                               {"kind", kindName(parameter.kind)},
-                              {"default", jsonValue(parameter.defaultValue)},
-                              {"minimum", jsonValue(parameter.minimum)},
-                              {"maximum", jsonValue(parameter.maximum)},
+                              {"default", parameterJson(parameter.defaultValue)},
+                              {"minimum", parameterJson(parameter.minimum)},
+                              {"maximum", parameterJson(parameter.maximum)},
                               {"unit", unitName(parameter.unit)},
                               {"description", parameter.description}});
     }
@@ -73,31 +53,15 @@ void printJson(const NodeTypeEntry& entry, std::ostream& out) {
 
 void printTable(const NodeTypeEntry& entry, std::ostream& out) {
     out << entry.typeName() << " (" << entry.shortName << "): " << channelsText(entry) << "\n\n";
-    const std::vector<std::string> headings = {"name", "kind", "default", "range", "unit"};
-    std::vector<std::vector<std::string>> rows;
+    TextTable table({"name", "kind", "default", "range", "unit"});
     for (const NodeParameter& parameter : entry.parameters) {
-        rows.push_back({std::string(parameter.name), std::string(kindName(parameter.kind)),
-                        formatValue(parameter.defaultValue), parameter.rangeText(),
-                        std::string(unitName(parameter.unit))});
+        table.add({std::string(parameter.name), std::string(kindName(parameter.kind)),
+                   formatValue(parameter.defaultValue), parameter.rangeText(),
+                   std::string(unitName(parameter.unit))});
     }
-    std::vector<std::size_t> widths;
-    for (const std::string& heading : headings) widths.push_back(heading.size());
-    for (const auto& row : rows) {
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            widths[column] = std::max(widths[column], row[column].size());
-        }
-    }
-    const auto printRow = [&](const std::vector<std::string>& row) {
-        std::string line;
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            line += row[column] + std::string(widths[column] - row[column].size() + 2, ' ');
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        out << line << "\n";
-    };
-    printRow(headings);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        printRow(rows[i]);
+    table.printHeadings(out);
+    for (std::size_t i = 0; i < entry.parameters.size(); ++i) {
+        table.printRow(i, out);
         out << "    " << entry.parameters[i].description << "\n";
     }
 }

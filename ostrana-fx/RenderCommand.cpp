@@ -28,15 +28,23 @@ namespace {
 
 using extensions::audioeffects::EffectCatalogue;
 
-// Builds the chain in command-line order, each assignment on the node before it.
+void applySetting(const NodeSetting& setting, NodeChain& chain) {
+    if (setting.kind == NodeSetting::Kind::Preset) {
+        chain.applyPreset(setting.text);
+    } else {
+        chain.setParameter(setting.text);
+    }
+}
+
+// Builds the chain in command-line order, each setting on the node before it.
 void buildChain(const RenderOptions& options, NodeChain& chain) {
     chain.setAllowOutOfRange(options.allowOutOfRange);
-    for (const std::string& assignment : options.orphanAssignments) {
-        chain.setParameter(assignment);  // throws: there is no node yet
+    for (const NodeSetting& setting : options.orphanSettings) {
+        applySetting(setting, chain);  // throws: there is no node yet
     }
     for (const ChainEntry& entry : options.nodes) {
         chain.addNode(entry.type);
-        for (const std::string& assignment : entry.assignments) chain.setParameter(assignment);
+        for (const NodeSetting& setting : entry.settings) applySetting(setting, chain);
     }
     if (chain.empty()) throw CommandError::usage("--node: at least one node is needed");
 }

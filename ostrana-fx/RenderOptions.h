@@ -8,10 +8,18 @@
 
 namespace ostrana::fx {
 
-// One --node of a render with the --set assignments that follow it, in command-line order.
+// A --set NAME=VALUE or a --preset NAME, for the --node before it.
+struct NodeSetting {
+    enum class Kind { Assignment, Preset };
+    Kind kind;
+    std::string text;
+};
+
+// One --node of a render with the --set and --preset options that follow it, in command-line
+// order (a later one overrides what an earlier one set).
 struct ChainEntry {
     std::string type;
-    std::vector<std::string> assignments;
+    std::vector<NodeSetting> settings;
 };
 
 // Everything `ostrana-fx render` was asked to do.
@@ -20,8 +28,8 @@ struct RenderOptions {
     std::vector<std::string> files;
     std::string outputDirectory;
     std::vector<ChainEntry> nodes;
-    // Assignments given before the first --node: always an error, reported as such.
-    std::vector<std::string> orphanAssignments;
+    // Settings given before the first --node: always an error, reported as such.
+    std::vector<NodeSetting> orphanSettings;
     unsigned int blockFrames = 512;
     std::string encoding;  // --format: empty to follow the input
     std::string typeName;  // --type: the output container, empty to follow OUT's extension

@@ -18,6 +18,7 @@ section() {
 {
     section "RENDER" render
     section "PARAMS" params
+    section "PRESETS" presets
     section "LIST" list
     section "DESCRIBE" describe
     section "DEMO" demo

@@ -14,7 +14,7 @@ import os as _os
 from . import _elf, _ostrana
 from ._audio import Processor
 from ._chain import Chain
-from ._effect import Effect, NodeEffect, UnknownNodeTypeError, create
+from ._effect import Effect, NodeEffect, UnknownNodeTypeError, create, presets
 from ._effect import type_name_of as _type_name_of
 from ._files import FORMATS, AudioFile, read, write
 
@@ -24,7 +24,7 @@ from ._version import __version__
 
 __all__ = ["AudioFile", "Chain", "Effect", "NodeEffect", "FORMATS", "Processor",
            "UnknownNodeTypeError",
-           "__version__", "create", "describe", "load_extension", "node_types", "read",
+           "__version__", "create", "describe", "load_extension", "node_types", "presets", "read",
            "type_names", "write"] + _EFFECT_CLASSES
 
 

@@ -101,6 +101,33 @@ class Effect(_audio.Processor):
         return cls(allow_out_of_range=allow_out_of_range, **values)
 
     @classmethod
+    def preset_names(cls):
+        """The names of the catalogue's presets for this effect, in their order."""
+        if cls.catalogue is None:
+            return ()
+        return tuple(p["name"] for p in PRESETS if p["node"] == cls.catalogue["short_name"])
+
+    @classmethod
+    def preset(cls, name):
+        """A new effect of this class with the catalogue's preset of this name (any case):
+        every parameter the preset names at its value, the others at their defaults, as
+        ostrana-fx render --preset and the LV2 plug-ins' presets give them. An unknown name
+        raises a ValueError listing the effect's presets."""
+        if cls.catalogue is None:
+            raise TypeError(f"{cls.__name__} has no presets: the catalogue's effect classes "
+                            "(ostrana.Delay, ...) have them")
+        if not isinstance(name, str):
+            raise TypeError(f"a preset name is a str, not {name!r}")
+        names = cls.preset_names()
+        chosen = next((known for known in names if known.lower() == name.lower()), None)
+        if chosen is None:
+            raise ValueError(f"{cls.__name__} has no preset {name!r}{suggestion(name, names)}; "
+                             f"presets: {', '.join(names) or 'none'}")
+        effect = cls()
+        effect._node.apply_preset(chosen)
+        return effect
+
+    @classmethod
     def from_dict(cls, data):
         """An effect from the plain data that to_dict gives: of this class, or of the type
         the data names when called on Effect. Refuses anything else with a ValueError naming
@@ -221,6 +248,18 @@ def _signature(entry):
 # The effect classes of the catalogue by type name, as _effects.py defines them.
 CLASSES = {}
 ENTRIES = {entry["type_name"]: entry for entry in _ostrana.node_types()}
+# The catalogue's factory presets, in its order.
+PRESETS = _ostrana.presets()
+
+
+def presets(node=None):
+    """The catalogue's factory presets, in its order, each a dict: node (the short name),
+    type_name, name, display_name and settings (the values the preset gives, by the Python
+    parameter names: the keywords of the effect class; the other parameters take their
+    defaults). node limits them to one node type, named as create takes it."""
+    chosen = None if node is None else type_name_of(node)
+    return [dict(p, settings=dict(p["settings"])) for p in PRESETS
+            if chosen is None or p["type_name"] == chosen]
 
 
 def register(cls):

@@ -60,4 +60,24 @@ py::list CatalogueConversion::nodeTypes() {
     return types;
 }
 
+py::list CatalogueConversion::presets() {
+    py::list presets;
+    for (const Preset& preset : EffectCatalogue::presets()) {
+        const NodeTypeEntry* entry = EffectCatalogue::find(preset.nodeType);
+        py::dict settings;
+        for (const PresetSetting& setting : preset.settings) {
+            settings[py::str(PythonName::of(setting.parameter))] =
+                ParameterConversion::toPython(setting.value);
+        }
+        py::dict data;
+        data["node"] = text(preset.nodeType);
+        data["type_name"] = entry == nullptr ? std::string() : entry->typeName();
+        data["name"] = text(preset.name);
+        data["display_name"] = text(preset.displayName);
+        data["settings"] = settings;
+        presets.append(data);
+    }
+    return presets;
+}
+
 }  // namespace ostrana::python

@@ -16,6 +16,10 @@ class CatalogueConversion {
     static pybind11::list nodeTypes();
     static pybind11::dict fromEntry(const extensions::audioeffects::NodeTypeEntry& entry);
     static pybind11::dict fromParameter(const extensions::audioeffects::NodeParameter& parameter);
+    // Every factory preset, in the catalogue's order: its node type (node, the short name, and
+    // type_name), name, display_name and settings (Python parameter names to values, as the
+    // effect classes take them as keywords).
+    static pybind11::list presets();
 };
 
 }  // namespace ostrana::python

@@ -56,6 +56,16 @@ const EffectNode::NodeParameter* EffectNode::findParameter(std::string_view name
     return nullptr;
 }
 
+void EffectNode::applyPreset(std::string_view name) {
+    const extensions::audioeffects::Preset* preset =
+        entry_ == nullptr ? nullptr : EffectCatalogue::findPreset(entry_->shortName, name);
+    if (preset == nullptr) {
+        throw std::invalid_argument(typeName_ + " has no preset '" + std::string(name) + "'");
+    }
+    EffectCatalogue::applyPreset(*preset, *node_);
+    for (const auto& group : groups_) EffectCatalogue::applyPreset(*preset, *group);
+}
+
 std::unique_ptr<Node> EffectNode::sameSettings() const {
     std::unique_ptr<Node> fresh = createNode(typeName_);
     if (entry_ != nullptr) {

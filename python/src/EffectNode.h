@@ -57,6 +57,11 @@ class EffectNode {
         for (const auto& group : groups_) parameter.write(*group, value);
     }
 
+    // Applies the catalogue's preset of this name (any case) of the node's type to the node and
+    // the nodes of its other channel groups. Throws std::invalid_argument when the type has no
+    // such preset.
+    void applyPreset(std::string_view name);
+
     // Replaces the node with a fresh one of the same type holding the same parameter values,
     // as if just made: no delayed samples, oscillators at their start, and drops the nodes of
     // other channel groups. Does nothing for a node that has not processed since it was made.

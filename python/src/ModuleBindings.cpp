@@ -49,6 +49,8 @@ PYBIND11_MODULE(_ostrana, module) {
 
     module.def("node_types", &ostrana::python::CatalogueConversion::nodeTypes,
                "Every node type of the AudioEffects catalogue, with its parameters, as dicts.");
+    module.def("presets", &ostrana::python::CatalogueConversion::presets,
+               "Every factory preset of the AudioEffects catalogue, as dicts.");
     module.def("type_names", &ModuleFunctions::typeNames,
                "The fully qualified names of every node type of every loaded extension.");
     module.def("describe", &ModuleFunctions::describe, py::arg("name"),
@@ -66,6 +68,8 @@ PYBIND11_MODULE(_ostrana, module) {
         .def("get", &ModuleFunctions::getParameter, py::arg("name"))
         .def("set", &ModuleFunctions::setParameter, py::arg("name"), py::arg("value"),
              py::arg("allow_out_of_range") = false)
+        .def("apply_preset", &EffectNode::applyPreset, py::arg("name"),
+             "Applies the catalogue's preset of this name to the node.")
         .def_property_readonly(
             "quiet_seconds",
             [](EffectNode& node) {

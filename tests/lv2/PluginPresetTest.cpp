@@ -4,7 +4,10 @@
 
 #include <map>
 #include <set>
+#include <span>
 #include <string>
+
+#include <ostrana/audioeffects/EffectCatalogue.h>
 
 #include "BundleWorld.h"
 #include "ExpectedPlugins.h"
@@ -77,6 +80,46 @@ TEST_P(PluginPresets, EachGivesEveryParameterAValueInItsRange) {
         }
     }
     lilv_nodes_free(presets);
+}
+
+// Hosts see exactly the catalogue's presets, under the URIs and labels they always had, each
+// port at the preset's value (the default where it names none).
+TEST_P(PluginPresets, AreTheCataloguesPresetsWithTheirValues) {
+    using extensions::audioeffects::EffectCatalogue;
+    using extensions::audioeffects::Preset;
+    const LilvPlugin* plugin = world_.plugin(GetParam().uri);
+    ASSERT_NE(plugin, nullptr);
+    LilvNodes* related =
+        lilv_plugin_get_related(plugin, world_.uri(std::string(kPresets) + "Preset"));
+    std::map<std::string, const LilvNode*> byUri;
+    LILV_FOREACH(nodes, i, related) {
+        const LilvNode* preset = lilv_nodes_get(related, i);
+        byUri[lilv_node_as_uri(preset)] = preset;
+    }
+    const std::span<const Preset> expected =
+        EffectCatalogue::presetsOf(GetParam().entry->shortName);
+    EXPECT_EQ(byUri.size(), expected.size());
+    for (const Preset& preset : expected) {
+        const std::string uri = "https://dravolt.com/lv2/ostrana-effects/presets/" +
+                                std::string(preset.nodeType) + "-" + std::string(preset.name);
+        SCOPED_TRACE(uri);
+        const auto found = byUri.find(uri);
+        ASSERT_NE(found, byUri.end());
+        lilv_world_load_resource(world_.world(), found->second);
+        LilvNode* label = lilv_world_get(world_.world(), found->second,
+                                         world_.uri(std::string(kRdfs) + "label"), nullptr);
+        ASSERT_NE(label, nullptr);
+        EXPECT_EQ(lilv_node_as_string(label), std::string(preset.displayName));
+        lilv_node_free(label);
+        const std::map<std::string, double> values = portValues(found->second);
+        for (const auto& parameter : GetParam().entry->parameters) {
+            const auto value = values.find(std::string(parameter.name));
+            ASSERT_NE(value, values.end()) << parameter.name;
+            EXPECT_EQ(parameterValueOf(parameter, value->second), preset.valueFor(parameter))
+                << parameter.name << " = " << value->second;
+        }
+    }
+    lilv_nodes_free(related);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPlugin, PluginPresets, ::testing::ValuesIn(expectedPlugins()),

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The manual page made at build time holds the program's version and what people look up:
-# the render options (tails, formats, ranges) and the params command.
+# the render options (tails, formats, ranges, presets) and the params and presets commands.
 # Usage: man-page-test.sh MAN_PAGE VERSION
 set -euo pipefail
 page="$1" version="$2"
@@ -14,7 +14,7 @@ expect() {
 expect ".TH OSTRANA-FX \"1\""
 expect "ostrana-fx $version"
 for text in "--tail" "--format" "--allow-out-of-range" "--output-dir" "--upmix" "--strict" \
-    ".SH PARAMS" ".SH RENDER" ".SH \"EXIT STATUS\""; do
+    "--preset" ".SH PARAMS" ".SH PRESETS" ".SH RENDER" ".SH \"EXIT STATUS\""; do
     expect "$text"
 done
 [ "$failed" -eq 0 ] && echo "man-page-test: $page has every expected part"

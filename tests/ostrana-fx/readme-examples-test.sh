@@ -35,4 +35,14 @@ echo "$count examples ran"
 stats=$(ostrana-fx stats song-wide.flac --json)
 echo "$stats" | grep -q '"clipped_samples": 0' || { echo "song-wide.flac clips: $stats"; exit 1; }
 echo "$stats" | grep -Eq '"peak_dbfs": -(0\.99|1\.00)' || { echo "peak not -1 dBFS: $stats"; exit 1; }
-[ -s processed/take.wav ] && [ -s take-fx.wav ] && [ -s voice-echo.wav ] && [ -s out.wav ]
+[ -s processed/take.wav ] && [ -s take-fx.wav ] && [ -s voice-echo.wav ] && [ -s voice-slap.wav ] &&
+    [ -s out.wav ] || { echo "an example wrote no output"; exit 1; }
+
+# The README's preset table holds every preset as `ostrana-fx presets` lists it.
+ostrana-fx presets | awk -F '  +' 'NR > 1 && NF == 4 {
+    printf "| `%s` | `%s` | %s | %s |\n", $1, $2, $3, $4 }' > listed-presets
+[ -s listed-presets ] || { echo "ostrana-fx presets listed nothing"; exit 1; }
+while IFS= read -r row; do
+    grep -qF -- "$row" "$readme" || { echo "the README's preset table lacks: $row"; exit 1; }
+done < listed-presets
+echo "$(wc -l < listed-presets) presets in the README's table"

@@ -32,6 +32,9 @@ USER_SCRIPT = textwrap.dedent('''
         again = ostrana.Chain.load(out + ".json")
         delay = ostrana.Delay.from_parameters({"delayMs": 20})
         delay.feedback_level = 0.5
+        slapback: ostrana.Delay = ostrana.Delay.preset("slapback")
+        names: tuple[str, ...] = slapback.preset_names()
+        delay.delay_ms = slapback.delay_ms + len(names) + len(ostrana.presets("delay"))
         seconds = delay.tail_seconds() or 0.0
         with ostrana.AudioFile(path) as source:
             for block in source.blocks(4096):

@@ -5,6 +5,7 @@
 
 #include <ostrana/audioeffects/Export.h>
 #include <ostrana/audioeffects/NodeTypeEntry.h>
+#include <ostrana/audioeffects/Preset.h>
 #include <ostrana/sdk/LanguageVersion.h>
 
 namespace ostrana::extensions::audioeffects {
@@ -19,6 +20,20 @@ class OSTRANA_AUDIOEFFECTS_EXPORT EffectCatalogue {
     // The node type with this fully qualified name or short name, either in any case
     // ("AudioEffects.Delay", "audioeffects.delay", "Delay"), or nullptr.
     static const NodeTypeEntry* find(std::string_view name);
+
+    // The factory presets of every node type: each type's together, the types in the order
+    // of nodeTypes().
+    static std::span<const Preset> presets();
+    // The presets of the node type that find(nodeName) gives, in their order; empty for a name
+    // find does not know.
+    static std::span<const Preset> presetsOf(std::string_view nodeName);
+    // The preset of that node type (as find takes it) with this name, in any case
+    // ("slapback", "Slapback"), or nullptr.
+    static const Preset* findPreset(std::string_view nodeName, std::string_view presetName);
+    // Writes every parameter of the preset's node type on node, through the catalogue's
+    // NodeParameter::write: the preset's value, or the default where it names none. Throws
+    // std::invalid_argument, having changed nothing, for a node of another type.
+    static void applyPreset(const Preset& preset, Node& node);
 };
 
 }  // namespace ostrana::extensions::audioeffects
