@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <ostrana/audioeffects/EffectCatalogue.h>
+
 #include "BundleWorld.h"
 #include "ExpectedPlugins.h"
 #include "PluginFixture.h"
@@ -215,10 +217,15 @@ TEST_P(PluginMetadata, ThePresetsFileIsSeenAlsoAndItsValuesAreFloats) {
         presetsSeen = presetsSeen || uri.ends_with("/presets.ttl");
     }
     lilv_nodes_free(seeAlso);
-    EXPECT_TRUE(presetsSeen);
+    // An effect the catalogue gives no presets has none to see.
+    const std::size_t catalogued =
+        extensions::audioeffects::EffectCatalogue::presetsOf(GetParam().entry->shortName).size();
+    if (catalogued > 0) {
+        EXPECT_TRUE(presetsSeen);
+    }
 
     LilvNodes* presets = lilv_plugin_get_related(plugin_, world_.uri(kPset + "Preset"));
-    EXPECT_GE(lilv_nodes_size(presets), 2u);
+    EXPECT_EQ(lilv_nodes_size(presets), catalogued);
     LILV_FOREACH(nodes, i, presets) {
         const LilvNode* preset = lilv_nodes_get(presets, i);
         SCOPED_TRACE(lilv_node_as_uri(preset));
