@@ -11,7 +11,9 @@ namespace ostrana::audio {
 //
 //   FloatLanes<N>  load, store, fill, zero, + - *, < > >= (a LaneMask), minusWhere, truncated
 //                  (to IntLanes), from (IntLanes), widenLow/widenHigh (to DoubleLanes of half the
-//                  lanes), narrow (two of those back), Window (picks lanes out of 2N slots)
+//                  lanes), narrow (two of those back), Window (picks each lane's slot and the
+//                  next out of 2N slots; kPicksLikeLoads: whether that costs no more than
+//                  loading N neighbours)
 //   IntLanes<N>    fill, zero, ramp (0, 1, ...), + -, < > == (a LaneMask), plusWhere, firstLane
 //   DoubleLanes<N> fill, + - *
 //   LaneMask<N>    & , except (this and not the other), all
@@ -25,6 +27,12 @@ inline constexpr bool kLanesBuilt = false;
 
 template <unsigned int N>
 struct LaneMask;
+// Each lane's slot and the slot after it, as a window's pick gives them.
+template <typename Lanes>
+struct LanePair {
+    Lanes at;
+    Lanes next;
+};
 template <unsigned int N>
 struct IntLanes;
 template <unsigned int N>
@@ -135,15 +143,19 @@ struct FloatLanes<4> {
         return {_mm_cmpge_ps(a.v, b.v)};
     }
 
-    // Eight slots from start on; pick(offset) gives lane k the slot offset[k] (0 to 7). SSE2 has
-    // no lane shuffle by index, so each lane is loaded by itself.
+    // Eight slots from start on; pick(offset) gives lane k the slots offset[k] (0 to 6) and the
+    // one after. SSE2 has no lane shuffle by index, so each lane is loaded by itself.
+    using Pair = LanePair<FloatLanes>;
+    static constexpr bool kPicksLikeLoads = false;
     struct Window {
         const float* start;
         [[gnu::always_inline]] static Window at(const float* start) { return {start}; }
-        [[gnu::always_inline]] FloatLanes pick(Ints offset) const {
+        [[gnu::always_inline]] Pair pick(Ints offset) const {
             alignas(16) int at[4];
             _mm_store_si128(reinterpret_cast<__m128i*>(at), offset.v);
-            return {_mm_setr_ps(start[at[0]], start[at[1]], start[at[2]], start[at[3]])};
+            const float* next = start + 1;
+            return {{_mm_setr_ps(start[at[0]], start[at[1]], start[at[2]], start[at[3]])},
+                    {_mm_setr_ps(next[at[0]], next[at[1]], next[at[2]], next[at[3]])}};
         }
     };
 };
@@ -261,17 +273,22 @@ struct FloatLanes<8> {
     }
 
     // Sixteen slots from start on, as two registers; pick(offset) shuffles each lane's slot
-    // (0 to 15) out of the one that holds it.
+    // (0 to 14), and the one after, out of the register that holds it: two shuffles and a blend.
+    using Pair = LanePair<FloatLanes>;
+    static constexpr bool kPicksLikeLoads = false;
     struct Window {
         __m256 low;
         __m256 high;
         [[OSTRANA_LANES_AVX2]] static Window at(const float* start) {
             return {_mm256_loadu_ps(start), _mm256_loadu_ps(start + 8)};
         }
-        [[OSTRANA_LANES_AVX2]] FloatLanes pick(Ints offset) const {
+        [[OSTRANA_LANES_AVX2]] Pair pick(Ints offset) const {
+            return {pickOne(offset.v), pickOne(_mm256_add_epi32(offset.v, _mm256_set1_epi32(1)))};
+        }
+        [[OSTRANA_LANES_AVX2]] FloatLanes pickOne(__m256i offset) const {
             return {_mm256_blendv_ps(
-                _mm256_permutevar8x32_ps(low, offset.v), _mm256_permutevar8x32_ps(high, offset.v),
-                _mm256_castsi256_ps(_mm256_cmpgt_epi32(offset.v, _mm256_set1_epi32(7))))};
+                _mm256_permutevar8x32_ps(low, offset), _mm256_permutevar8x32_ps(high, offset),
+                _mm256_castsi256_ps(_mm256_cmpgt_epi32(offset, _mm256_set1_epi32(7))))};
         }
     };
 };
@@ -390,15 +407,19 @@ struct FloatLanes<16> {
     }
 
     // Thirty-two slots from start on, as two registers; pick(offset) takes each lane's slot
-    // (0 to 31) out of either.
+    // (0 to 30), and the one after, out of either, in one instruction each.
+    using Pair = LanePair<FloatLanes>;
+    static constexpr bool kPicksLikeLoads = true;
     struct Window {
         __m512 low;
         __m512 high;
         [[OSTRANA_LANES_AVX512]] static Window at(const float* start) {
             return {_mm512_loadu_ps(start), _mm512_loadu_ps(start + 16)};
         }
-        [[OSTRANA_LANES_AVX512]] FloatLanes pick(Ints offset) const {
-            return {_mm512_permutex2var_ps(low, offset.v, high)};
+        [[OSTRANA_LANES_AVX512]] Pair pick(Ints offset) const {
+            return {{_mm512_permutex2var_ps(low, offset.v, high)},
+                    {_mm512_permutex2var_ps(low, _mm512_add_epi32(offset.v, _mm512_set1_epi32(1)),
+                                            high)}};
         }
     };
 };

@@ -21,9 +21,10 @@ struct SweptDelayLanes : SweptDelayKernel {
     // operations (runFrame) in the same precision and order, so the values are the same. Each
     // lane's two samples are either the next kWidth slots and their neighbours, or picked out of
     // one window of 2 * kWidth slots (as when the swing crosses a whole sample within the
-    // frames). Returns false, having touched nothing, when a position is not placed, the slots
-    // would wrap, the reads fit neither way, or a lane would read a slot that another lane
-    // writes on the other side of it in single steps (readsClear).
+    // frames, and always where picking is as cheap as loading). Returns false, having touched
+    // nothing, when a position is not placed, the slots would wrap, the reads fit neither way, or a
+    // lane would read a slot that another lane writes on the other side of it in single steps
+    // (readsClear).
     template <SweepRecipe kRecipe>
     [[gnu::always_inline]] static bool run(const Channel& channel, unsigned int frame, int w,
                                            const float* swings, float wetGain, float feedback) {
@@ -44,9 +45,18 @@ struct SweptDelayLanes : SweptDelayKernel {
 
         const int first = index.firstLane();
         const Ints offset = index - Ints::fill(first);
-        const bool neighbours = (offset == lanes).all() && first <= kLineLength - kLanes - 1;
-        if (!neighbours && !fitsWindow(offset, first)) return false;
-        if (!readsClear<kRecipe>(behind(slots, index))) return false;
+        // Where picking from the window costs what loading does, the test for neighbours would
+        // only add a branch that the sweep's crossings of whole samples mispredict.
+        const bool neighbours = !Floats::kPicksLikeLoads && (offset == lanes).all() &&
+                                first <= kLineLength - kLanes - 1;
+        if (neighbours) {
+            // Every lane is then the same distance behind its own slot.
+            if (!readsClear<kRecipe>(w >= first ? w - first : w - first + kLineLength)) {
+                return false;
+            }
+        } else if (!fitsWindow(offset, first) || !readsClear<kRecipe>(behind(slots, index))) {
+            return false;
+        }
 
         float* data = channel.data;
         const Floats x = Floats::load(channel.input + frame);
@@ -57,9 +67,9 @@ struct SweptDelayLanes : SweptDelayKernel {
             a = Floats::load(data + first);
             b = Floats::load(data + first + 1);
         } else {
-            const typename Floats::Window window = Floats::Window::at(data + first);
-            a = window.pick(offset);
-            b = window.pick(offset + Ints::fill(1));
+            const typename Floats::Pair picked = Floats::Window::at(data + first).pick(offset);
+            a = picked.at;
+            b = picked.next;
         }
         const Floats fracB = frac * b;
         const Floats wet = Floats::narrow(mix(frac.widenLow(), a.widenLow(), fracB.widenLow()),
@@ -104,6 +114,15 @@ struct SweptDelayLanes : SweptDelayKernel {
                 .all();
         } else {
             return (behind > Ints::fill(kLanes)).all();
+        }
+    }
+    // The same for lanes that are all `behind` slots behind their own.
+    template <SweepRecipe kRecipe>
+    [[gnu::always_inline]] static bool readsClear(int behind) {
+        if constexpr (kRecipe.writesBeforeReading) {
+            return behind > 0 && behind < kLineLength - (kLanes - 1);
+        } else {
+            return behind > kLanes;
         }
     }
 
