@@ -72,8 +72,11 @@ struct SweptDelayLanes : SweptDelayKernel {
             b = picked.next;
         }
         const Floats fracB = frac * b;
-        const Floats wet = Floats::narrow(mix(frac.widenLow(), a.widenLow(), fracB.widenLow()),
-                                          mix(frac.widenHigh(), a.widenHigh(), fracB.widenHigh()));
+        // The low half first: SSE2 takes the high half by moving it over the low, which then
+        // costs a copy while the low half is still wanted.
+        const Half low = mix(frac.widenLow(), a.widenLow(), fracB.widenLow());
+        const Half high = mix(frac.widenHigh(), a.widenHigh(), fracB.widenHigh());
+        const Floats wet = Floats::narrow(low, high);
         if constexpr (!kRecipe.writesBeforeReading) {
             if constexpr (kRecipe.feedsBack) {
                 (Floats::fill(feedback) * wet + x).store(data + w);
