@@ -13,7 +13,6 @@ template <unsigned int kWidth>
 struct SweptDelayLanes : SweptDelayKernel {
     using Floats = audio::FloatLanes<kWidth>;
     using Ints = audio::IntLanes<kWidth>;
-    using Mask = audio::LaneMask<kWidth>;
     using Half = typename Floats::Half;
     static constexpr int kLanes = static_cast<int>(kWidth);
 
