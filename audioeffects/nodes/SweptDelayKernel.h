@@ -14,8 +14,8 @@ namespace ostrana::extensions::audioeffects {
 
 // The per-sample work of a swept delay, one sample of one channel at a time: where the read
 // position falls, the interpolated read, the write and the output, in single precision and in
-// the order the effect defines. The lane forms (SweptDelayFourLanes, SweptDelayEightLanes) do
-// the same steps on several frames at once and fall back on these.
+// the order the effect defines. The lane forms (SweptDelayLanes) do the same steps on several
+// frames at once and fall back on these.
 struct SweptDelayKernel {
     static constexpr int kLineLength = kDelayLineLength;
 
@@ -119,19 +119,6 @@ struct SweptDelayKernel {
         const float position = positionOf<kRecipe>(static_cast<float>(w), swing, kSizeF);
         runChannel<kRecipe>(channel, frame, w, Tap::at(position, kLineLength, kSizeF), position,
                             wetGain, feedback);
-    }
-
-    // Whether lanes reading `behind` slots behind their own slot (and the slot after that) see
-    // only what single steps would. Reading before writing, a lane must not reach the slot of
-    // an earlier lane of the four: 1 to 4 behind. Writing first, it must not reach the slot of
-    // a later lane: 0 behind (with its second slot) or 1 to 3 ahead.
-    template <SweepRecipe kRecipe>
-    static bool readsClear(int behind) {
-        if constexpr (kRecipe.writesBeforeReading) {
-            return behind > 0 && behind < kLineLength - 3;
-        } else {
-            return behind > 4;
-        }
     }
 
     static int stepped(int w, int steps) {

@@ -9,11 +9,10 @@
 #include <ostrana/sdk/AudioBuffer.h>
 
 #include "audio/LaneTarget.h"
+#include "audio/Lanes.h"
 #include "nodes/SweptDelayChained.h"
-#include "nodes/SweptDelayEightLanes.h"
-#include "nodes/SweptDelayFourLanes.h"
 #include "nodes/SweptDelayKernel.h"
-#include "nodes/SweptDelaySixteenLanes.h"
+#include "nodes/SweptDelayLanes.h"
 
 namespace ostrana::extensions::audioeffects {
 
@@ -92,8 +91,9 @@ class SweptDelayRenderer : SweptDelayKernel {
 
     // Whether the recipe's delay can come within reach of the lanes: reading before writing, a
     // lane form of width W takes only frames whose delay, baseDelay + swing, is more than W
-    // samples (readsClear). Write-first recipes, and those whose base delay alone is longer
-    // than the widest lanes, take every width wherever the swing is not negative.
+    // samples (SweptDelayLanes::readsClear). Write-first recipes, and those whose base delay
+    // alone is longer than the widest lanes, take every width wherever the swing is not
+    // negative.
     template <SweepRecipe kRecipe>
     static constexpr bool kDelayReachesLanes =
         !kRecipe.writesBeforeReading &&
@@ -124,25 +124,18 @@ class SweptDelayRenderer : SweptDelayKernel {
         }
     }
 
-    // The lane form of width kWidth on kWidth frames of a channel; false, having touched
-    // nothing, where it cannot take them or there is no form of that width.
+    // The lane form of width kWidth (SweptDelayLanes) on kWidth frames of a channel; false,
+    // having touched nothing, where it cannot take them or this build has no lanes that wide.
     template <SweepRecipe kRecipe, unsigned int kWidth>
     [[gnu::always_inline]] static bool runLanes(const Channel& channel, unsigned int frame, int w,
                                                 const float* swings, float wetGain,
                                                 float feedback) {
-        if constexpr (kWidth == 4) {
-            return SweptDelayFourLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback);
+        if constexpr (audio::kLanesBuilt<kWidth>) {
+            return SweptDelayLanes<kWidth>::template run<kRecipe>(channel, frame, w, swings,
+                                                                  wetGain, feedback);
+        } else {
+            return false;
         }
-#if OSTRANA_X86_64_LANES
-        if constexpr (kWidth == 8) {
-            return SweptDelayEightLanes::run<kRecipe>(channel, frame, w, swings, wetGain, feedback);
-        }
-        if constexpr (kWidth == 16) {
-            return SweptDelaySixteenLanes::run<kRecipe>(channel, frame, w, swings, wetGain,
-                                                        feedback);
-        }
-#endif
-        return false;
     }
 
     // Steps of kWidth frames of every channel from frame start + i on while they fit in count,
