@@ -74,7 +74,7 @@ function presetControl(item, type, onPreset) {
   const select = document.createElement("select");
   select.id = id;
   select.append(new Option(type.presets.length ? "Choose…" : "none in the catalogue yet", ""));
-  for (const preset of type.presets) select.append(new Option(preset.name, preset.name));
+  for (const preset of type.presets) select.append(new Option(preset.displayName, preset.name));
   select.disabled = type.presets.length === 0;
   select.addEventListener("change", () => {
     const preset = type.presets.find((p) => p.name === select.value);

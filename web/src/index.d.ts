@@ -16,7 +16,11 @@ export interface ParameterDefinition {
 }
 
 export interface Preset {
+  /** "slapback", "long-echo", ... */
   name: string;
+  /** "Slapback", "Long echo", ... */
+  displayName: string;
+  /** every parameter: the preset's own settings, the defaults for the rest */
   parameters: Record<string, number>;
 }
 

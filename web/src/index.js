@@ -165,7 +165,7 @@ export class OstranaEffectNode extends AudioWorkletNode {
     }
   }
 
-  // The catalogue's presets for this effect: none yet.
+  // The catalogue's factory presets for this effect, the same as every front end's.
   get presets() {
     return findType(this.type).presets ?? [];
   }

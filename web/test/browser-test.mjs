@@ -21,7 +21,7 @@ import puppeteer from "puppeteer-core";
 
 import { serve } from "../scripts/serve.mjs";
 import { andRender, check, compare, failed, pageInput, pageOutput, writeFloatWav } from "./harness.mjs";
-import { allocations, readmeExample, realTime, refusals } from "./module-checks.mjs";
+import { allocations, presets, readmeExample, realTime, refusals } from "./module-checks.mjs";
 import {
   channelGroups,
   chosenFiles,
@@ -86,7 +86,7 @@ async function main() {
     const t = { page, problems, native, out, downloads, input, inputPath };
     for (const run of [
       effectsAgainstNative, channelGroups, sliderChangesOutput, playback, download, picturesAndLabels,
-      allocations, refusals, readmeExample, realTime, chosenFiles, phoneScreen,
+      allocations, presets, refusals, readmeExample, realTime, chosenFiles, phoneScreen,
     ]) {
       await run(t);
     }

@@ -36,6 +36,24 @@ export async function allocations(t) {
   }
 }
 
+// The catalogue's factory presets reach the package, and applying one sets every parameter.
+export async function presets(t) {
+  const { page } = t;
+  const seen = await page.evaluate(async () => {
+    const { OstranaEffects } = await import("/dist/index.js");
+    await OstranaEffects.instantiate();
+    const delay = OstranaEffects.catalogue.nodeTypes.find((type) => type.shortName === "delay");
+    const counts = OstranaEffects.catalogue.nodeTypes.map((type) => type.presets.length);
+    return { slapback: delay.presets.find((p) => p.name === "slapback"), counts };
+  });
+  check(seen.slapback?.displayName === "Slapback", "the delay offers the catalogue's Slapback preset");
+  check(
+    seen.slapback?.parameters.delayMs === 110 && seen.slapback?.parameters.enabled === 1,
+    `Slapback sets delayMs 110 and leaves the switch at its default (${JSON.stringify(seen.slapback)})`,
+  );
+  check(seen.counts.every((count) => count >= 2), `every effect has presets (${seen.counts})`);
+}
+
 // The node refuses what the catalogue does not allow, saying why; parallel stats answer.
 export async function refusals(t) {
   const { page } = t;

@@ -50,17 +50,33 @@ std::string parameterJson(const NodeParameter& parameter) {
            ",\"description\":" + quoted(parameter.description) + "}";
 }
 
+// A preset with a value for every parameter (its own settings, the defaults for the rest), so
+// that applying it gives the same sound wherever the node was.
+std::string presetJson(const NodeTypeEntry& entry, const extensions::audioeffects::Preset& preset) {
+    std::string values;
+    for (const NodeParameter& parameter : entry.parameters) {
+        values += (values.empty() ? "" : ",") + quoted(parameter.name) + ":" +
+                  number(preset.valueFor(parameter));
+    }
+    return "{\"name\":" + quoted(preset.name) + ",\"displayName\":" + quoted(preset.displayName) +
+           ",\"parameters\":{" + values + "}}";
+}
+
 std::string entryJson(const NodeTypeEntry& entry) {
     std::string parameters;
     for (const NodeParameter& parameter : entry.parameters) {
         parameters += (parameters.empty() ? "" : ",") + parameterJson(parameter);
+    }
+    std::string presets;
+    for (const auto& preset : EffectCatalogue::presetsOf(entry.shortName)) {
+        presets += (presets.empty() ? "" : ",") + presetJson(entry, preset);
     }
     return "{\"shortName\":" + quoted(entry.shortName) +
            ",\"typeName\":" + quoted(entry.typeName()) +
            ",\"displayName\":" + quoted(entry.displayName()) +
            ",\"minChannels\":" + std::to_string(entry.minChannels) +
            ",\"maxChannels\":" + std::to_string(entry.maxChannels) + ",\"parameters\":[" +
-           parameters + "]}";
+           parameters + "],\"presets\":[" + presets + "]}";
 }
 
 }  // namespace
