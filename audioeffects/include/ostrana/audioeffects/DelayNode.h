@@ -39,11 +39,14 @@ namespace ostrana::extensions::audioeffects {
 //   the new whole delay; a new delay time during a glide starts a new line from where the read
 //   position has got to, so automation in steps becomes a continuous movement. A new sample
 //   rate or channel count still jumps. At a steady delay, a glide changes no sample.
-//   A moving read was chosen over crossfading two reads for echoes: the echo train stays one
-//   signal whose pitch bends while the time changes, as on a tape echo, with no dip in level
-//   and no comb filtering from two copies of the echoes sounding together; and a ramp of small
-//   changes, as hosts send them, needs no queue of fades. Its cost is the pitch bend: a large
-//   jump over a short glide is heard as a fast sweep.
+//   A moving read was chosen over crossfading two reads, for echoes under automation. Measured
+//   on one echo line (dry 0.7, wet 0.3, feedback 0.2, 48 kHz, a 440 Hz sine at 0.5, 50 ms):
+//   on a ramp of 200 to 400 ms in 1 ms steps per 256 frames both give no step above the
+//   steady 0.031, but the crossfade dips the level (10 ms peaks down to 0.20 against 0.39 for
+//   the moving read), since the two reads it mixes are out of phase and each new step starts a
+//   new fade; the moving read keeps one echo train whose pitch bends while the time moves, as on
+//   a tape echo. The crossfade is cleaner for one large jump (200 to 700 ms: steps stay 0.031,
+//   where the moving read sweeps fast and steps up to 0.114); a long glide softens that sweep.
 class OSTRANA_AUDIOEFFECTS_EXPORT DelayNode : public SingleBusAudioProcessorNode {
   public:
     // A node with one delay line per channel, for up to numberOfChannels channels.
