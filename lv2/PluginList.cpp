@@ -48,6 +48,9 @@ PluginVariant makeVariant(const NodeTypeEntry& entry, Layout layout) {
     variant.name = "Ostrana " + entry.displayName() + suffix;
     for (const auto& parameter : entry.parameters) {
         variant.controls.push_back(ControlPort::of(parameter));
+        if (parameter.name == PluginList::kGlide) {
+            variant.controls.back().defaultValue = PluginList::kGlideDefaultMs;
+        }
     }
     if (entry.findParameter(PluginList::kDelayTime) != nullptr) addTempoSync(variant);
     return variant;

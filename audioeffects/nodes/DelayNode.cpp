@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstddef>
 #include <utility>
 #include <variant>
@@ -17,8 +18,11 @@ namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-// The delay's parameters: the echo's, with its own wording for the switch.
-constexpr auto kDelaySlots = echoSlots("Enable or disable the delay effect.");
+// The delay's parameters: the echo's, with its own wording for the switch, then the level
+// and the glide.
+constexpr auto kDelaySlots =
+    joinedSlots(echoSlots<EchoControls>("Enable or disable the delay effect."),
+                echoControlSlots<EchoControls>());
 
 // One channel's working state during a block: the line's storage, length and pointers, and
 // the channel's input and output samples. Copied out of the line before the block and back
@@ -58,10 +62,20 @@ audio::CircularBuffer resizedLine(const audio::CircularBuffer& line, int length)
     return resized;
 }
 
+// A glide of the delay time in progress: the delay in samples at the next frame (fractional),
+// its change each frame, the frames left, and the whole delay it ends on, where the read
+// pointers are then placed.
+struct Glide {
+    double delay = 0.0;
+    double step = 0.0;
+    unsigned int remaining = 0;
+    int target = 0;
+};
+
 // The parameters, lines and per-block state of a delay node.
-struct DelayState : EchoParameters {
+struct DelayState : EchoControls {
     explicit DelayState(unsigned int channelCount) : numberOfChannels(channelCount) {
-        startFromDefaults<EchoParameters>(*this, kDelaySlots);
+        startFromDefaults<EchoControls>(*this, kDelaySlots);
         for (unsigned int channel = 0; channel < numberOfChannels; ++channel) {
             delayLines.emplace_back(lineLength);
         }
@@ -82,6 +96,8 @@ struct DelayState : EchoParameters {
     unsigned int lastSampleRate = 0;
     unsigned int lastNumberOfChannels = 0;
     std::vector<audio::CircularBuffer> delayLines;
+    Glide glide;
+    OutputGain outputGain;
     // Working state of each line during a block; sized once, here, so process never allocates.
     std::vector<LineCursor> cursors;
 };
@@ -165,18 +181,34 @@ void processAnyChannels(LineCursor* cursors, unsigned int channels, unsigned int
     }
 }
 
-void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
-                  unsigned int frames) {
+// Each line's cursor for the frames from offset on.
+LineCursor* cursorsAt(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
+                      unsigned int offset) {
     LineCursor* cursors = state.cursors.data();
     for (unsigned int channel = 0; channel < channels; ++channel) {
         audio::CircularBuffer& line = state.delayLines[channel];
         cursors[channel] = {line.getData(),
-                            inBus.buffer.getChannel(channel),
-                            outBus.buffer.getChannel(channel),
+                            inBus.buffer.getChannel(channel) + offset,
+                            outBus.buffer.getChannel(channel) + offset,
                             line.getSize(),
                             line.getReadPointer(),
                             line.getWritePointer()};
     }
+    return cursors;
+}
+
+void storePointers(Internals& state, const LineCursor* cursors, unsigned int channels) {
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        audio::CircularBuffer& line = state.delayLines[channel];
+        line.setReadPointer(cursors[channel].read);
+        line.setWritePointer(cursors[channel].write);
+    }
+}
+
+// The frames from offset on at the whole delay the read pointers stand at.
+void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
+                  unsigned int offset, unsigned int frames) {
+    LineCursor* cursors = cursorsAt(state, inBus, outBus, channels, offset);
     switch (channels) {
         case 1:
             processFixedChannels<1>(cursors, frames, state);
@@ -192,11 +224,78 @@ void processLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned 
             processAnyChannels(cursors, channels, frames, state);
             break;
     }
-    for (unsigned int channel = 0; channel < channels; ++channel) {
-        audio::CircularBuffer& line = state.delayLines[channel];
-        line.setReadPointer(cursors[channel].read);
-        line.setWritePointer(cursors[channel].write);
+    storePointers(state, cursors, channels);
+}
+
+// The delay the read pointers stand at, in samples: 1 to the line's length (equal pointers
+// read what was written a whole line ago).
+int standingDelay(const Internals& state) {
+    const audio::CircularBuffer& line = state.delayLines.front();
+    const int distance = line.getFillLevel();
+    return distance == 0 ? line.getSize() : distance;
+}
+
+void placeReadPointers(Internals& state, int delay) {
+    for (audio::CircularBuffer& line : state.delayLines) {
+        line.setReadPointer(line.getWritePointer() - delay);
     }
+    state.glide.remaining = 0;
+}
+
+// Moves the delay from where it is now (mid-glide or standing) to target in a straight line
+// over the given number of frames; a new target mid-glide starts a new line from where the
+// delay has got to, so the read position never jumps.
+void glideTo(Internals& state, int target, double frames) {
+    Glide& glide = state.glide;
+    const double from = glide.remaining > 0 ? glide.delay : standingDelay(state);
+    const auto steps = static_cast<unsigned int>(std::lround(frames));
+    if (from == target || steps == 0) {
+        placeReadPointers(state, target);
+        return;
+    }
+    glide = {from, (target - from) / steps, steps, target};
+}
+
+// One sample of one channel read at a fractional delay of whole + fraction samples, between
+// the two samples around it (CircularBuffer::mix), with the same gains and order of
+// operations as echoSample.
+inline void glideSample(LineCursor& cursor, int whole, float fraction, unsigned int frame,
+                        const Internals& state) {
+    int newer = cursor.write - whole;
+    if (newer < 0) newer += cursor.length;
+    const int older = newer == 0 ? cursor.length - 1 : newer - 1;
+    const float delayed =
+        audio::CircularBuffer::mix(cursor.data[newer], cursor.data[older], fraction);
+    const float x = cursor.input[frame];
+    const float written = state.feedbackLevel.load(std::memory_order_relaxed) * delayed + x;
+    const float y = delayed * state.wetMix.load(std::memory_order_relaxed) +
+                    x * state.dryMix.load(std::memory_order_relaxed);
+    cursor.data[cursor.write] = written;
+    cursor.output[frame] = y;
+    cursor.write = advance(cursor.write, cursor.length);
+}
+
+// The frames of the block that the glide in progress covers; returns how many. When the glide
+// ends, the read pointers are placed at its target.
+unsigned int glideLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
+                        unsigned int frames) {
+    Glide& glide = state.glide;
+    const unsigned int count = std::min(frames, glide.remaining);
+    LineCursor* cursors = cursorsAt(state, inBus, outBus, channels, 0);
+    for (unsigned int frame = 0; frame < count; ++frame) {
+        const int whole = static_cast<int>(glide.delay);
+        const auto fraction = static_cast<float>(glide.delay - whole);
+        for (unsigned int channel = 0; channel < channels; ++channel) {
+            glideSample(cursors[channel], whole, fraction, frame, state);
+        }
+        glide.delay += glide.step;
+    }
+    glide.remaining -= count;
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        cursors[channel].read = cursors[channel].write - glide.target;
+    }
+    storePointers(state, cursors, channels);
+    return count;
 }
 
 }  // namespace
@@ -261,23 +360,34 @@ bool DelayNode::process(AudioBus& inBus, AudioBus& outBus) {
 
     // A new rate or channel count clears every line. A new channel count alone does not place
     // the read pointers again, so they then coincide with the write pointers.
+    // Either ends a glide in progress.
     const bool rateChanged = sampleRate != state.lastSampleRate;
     if (rateChanged || channels != state.lastNumberOfChannels) {
         for (audio::CircularBuffer& line : state.delayLines) line.reset();
+        state.glide.remaining = 0;
         state.lastSampleRate = sampleRate;
         state.lastNumberOfChannels = channels;
     }
+    // A new delay time jumps there, or with a glide set glides there (not across a new rate).
     if (rateChanged || delayMs != state.lastDelayMs) {
         const int delay = delayInSamples(delayMs, sampleRate, state.lineLength);
-        for (audio::CircularBuffer& line : state.delayLines) {
-            line.setReadPointer(line.getWritePointer() - delay);
+        const double glideFrames =
+            heldGlideMs(state.glideMs.load(std::memory_order_relaxed)) * (sampleRate / 1000.0);
+        if (rateChanged || delay == 0 || glideFrames < 1.0 || state.delayLines.empty()) {
+            placeReadPointers(state, delay);
+        } else {
+            glideTo(state, delay, glideFrames);
         }
         state.lastDelayMs = delayMs;
     }
 
     const unsigned int frames = inBus.buffer.getNumberOfFrames();
     if (frames == 0 || channels == 0) return true;
-    processLines(state, inBus, outBus, channels, frames);
+    const unsigned int glided =
+        state.glide.remaining > 0 ? glideLines(state, inBus, outBus, channels, frames) : 0;
+    if (glided < frames) processLines(state, inBus, outBus, channels, glided, frames - glided);
+    const float gain = state.outputGain.forLevel(state.levelDb.load(std::memory_order_relaxed));
+    applyOutputGain(outBus, channels, frames, gain);
     return true;
 }
 
@@ -288,6 +398,6 @@ NodeTypeInfo DelayNode::getNodeTypeInfo() {
 
 // The delay as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kDelayType =
-    monoOrStereoEntry<DelayNode, EchoParameters, kDelaySlots>("delay", false);
+    monoOrStereoEntry<DelayNode, EchoControls, kDelaySlots>("delay", false);
 
 }  // namespace ostrana::extensions::audioeffects

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
+#include <cstddef>
 #include <string_view>
+#include <utility>
 
 #include <ostrana/audioeffects/ParameterDefinition.h>
 
@@ -32,12 +36,26 @@ struct EchoParameters {
     }
 };
 
+// The controls both delays have beyond the echo's five: a level on the output and a glide of
+// the delay time. They are catalogue parameters only, never host properties of the ping-pong
+// delay, whose properties stay the echo's five.
+inline constexpr float kLowestLevelDb = -60.0f;
+inline constexpr float kHighestLevelDb = 12.0f;
+inline constexpr float kLongestGlideMs = 500.0f;
+
+struct EchoControls : EchoParameters {
+    std::atomic<float> levelDb;
+    std::atomic<float> glideMs;
+};
+
 // The echo's five parameters, in the order people see them, with the switch's wording (the
 // only difference between the two nodes). Ranges: the ping-pong delay's published property
 // schema, which the plain delay shares: delayMs 1 to 1000 ms (the lines hold one second at any
 // rate up to 384 kHz: nodes/DelayLineLength.h), the mixes 0 to 1, feedback 0 to 0.99 so that
-// every echo is quieter than the one before.
-constexpr std::array<ParameterSlot<EchoParameters>, 5> echoSlots(std::string_view switchText) {
+// every echo is quieter than the one before. Values is EchoParameters or a struct derived
+// from it.
+template <typename Values = EchoParameters>
+constexpr std::array<ParameterSlot<Values>, 5> echoSlots(std::string_view switchText) {
     using P = ParameterDefinition;
     return {{
         {P::onOffSwitch("enabled").startingAt(true).describedAs(switchText),
@@ -63,6 +81,81 @@ constexpr std::array<ParameterSlot<EchoParameters>, 5> echoSlots(std::string_vie
                           "maximum feedback."),
          &EchoParameters::feedbackLevel},
     }};
+}
+
+// The level and the glide, whose defaults (0 dB, 0 ms) leave the echo as it is without them.
+template <typename Values>
+constexpr std::array<ParameterSlot<Values>, 2> echoControlSlots() {
+    using P = ParameterDefinition;
+    return {{
+        {P::realNumber("level")
+             .from(kLowestLevelDb)
+             .to(kHighestLevelDb)
+             .startingAt(0.0f)
+             .inDecibels()
+             .describedAs("The output level in decibels. 0 leaves the output as it is."),
+         &EchoControls::levelDb},
+        {P::realNumber("glide")
+             .from(0.0f)
+             .to(kLongestGlideMs)
+             .startingAt(0.0f)
+             .inMilliseconds()
+             .describedAs("The time in milliseconds the delay takes to move to a new delay "
+                          "time. 0 jumps at once."),
+         &EchoControls::glideMs},
+    }};
+}
+
+// The slots of first followed by those of second.
+template <typename Values, std::size_t N, std::size_t M>
+constexpr std::array<ParameterSlot<Values>, N + M> joinedSlots(
+    const std::array<ParameterSlot<Values>, N>& first,
+    const std::array<ParameterSlot<Values>, M>& second) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+        return std::array<ParameterSlot<Values>, N + M>{
+            {(I < N ? first[I < N ? I : 0] : second[I < N ? 0 : I - N])...}};
+    }
+    (std::make_index_sequence<N + M>{});
+}
+
+// The gain of an output level in decibels: 10^(dB / 20) worked out in double and rounded once
+// to float, with the level held to its range (-60 to +12 dB; not a number counts as 0 dB) so
+// that no setting can make the gain infinite. 0 dB gives exactly 1.
+inline float gainOfLevel(float levelDb) {
+    const float held =
+        std::isnan(levelDb) ? 0.0f : std::clamp(levelDb, kLowestLevelDb, kHighestLevelDb);
+    return static_cast<float>(std::pow(10.0, static_cast<double>(held) / 20.0));
+}
+
+// The output level's gain as the audio thread keeps it: worked out again only when the level
+// changed since the last block.
+struct OutputGain {
+    float levelDb = 0.0f;
+    float gain = 1.0f;
+
+    float forLevel(float newLevelDb) {
+        if (newLevelDb != levelDb || std::isnan(newLevelDb)) {
+            levelDb = newLevelDb;
+            gain = gainOfLevel(newLevelDb);
+        }
+        return gain;
+    }
+};
+
+// Multiplies frames samples of each output by gain: one float multiply a sample. At a gain of
+// exactly 1 nothing is touched, so a 0 dB level adds no arithmetic.
+template <typename Bus>
+void applyOutputGain(Bus& outBus, unsigned int channels, unsigned int frames, float gain) {
+    if (gain == 1.0f) return;
+    for (unsigned int channel = 0; channel < channels; ++channel) {
+        float* output = outBus.buffer.getChannel(channel);
+        for (unsigned int frame = 0; frame < frames; ++frame) output[frame] *= gain;
+    }
+}
+
+// A glide time in milliseconds held to its range (not a number counts as no glide).
+inline float heldGlideMs(float glideMs) {
+    return std::isnan(glideMs) ? 0.0f : std::clamp(glideMs, 0.0f, kLongestGlideMs);
 }
 
 }  // namespace ostrana::extensions::audioeffects

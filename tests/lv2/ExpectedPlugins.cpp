@@ -52,6 +52,11 @@ float portValueOf(const extensions::audioeffects::ParameterDefinition& parameter
     return number * portUnitOf(parameter).perParameterUnit;
 }
 
+float portDefaultOf(const extensions::audioeffects::ParameterDefinition& parameter) {
+    if (parameter.name == "glide") return 50.0f;
+    return portValueOf(parameter, parameter.defaultValue);
+}
+
 void PrintTo(const ExpectedPlugin& plugin, std::ostream* stream) {
     *stream << plugin.uri;
 }

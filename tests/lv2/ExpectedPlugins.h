@@ -51,6 +51,10 @@ extensions::audioeffects::ParameterValue parameterValueOf(
 float portValueOf(const extensions::audioeffects::ParameterDefinition& parameter,
                   const extensions::audioeffects::ParameterValue& value);
 
+// The value a plug-in's port starts at: the parameter's default as its port shows it, except
+// the delays' glide, which the plug-ins start at 50 ms so that automation glides.
+float portDefaultOf(const extensions::audioeffects::ParameterDefinition& parameter);
+
 // How GoogleTest prints a plug-in in a test's parameters: its URI.
 void PrintTo(const ExpectedPlugin& plugin, std::ostream* stream);
 

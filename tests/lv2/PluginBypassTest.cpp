@@ -40,8 +40,7 @@ std::size_t switchIndex(const ExpectedPlugin& expected) {
 }
 
 float defaultOf(const ExpectedPlugin& expected, std::size_t control) {
-    const auto& parameter = expected.entry->parameters[control];
-    return portValueOf(parameter, parameter.defaultValue);
+    return portDefaultOf(expected.entry->parameters[control]);
 }
 
 // The plug-in's output, planar, run in blocks of kBlock frames on input.

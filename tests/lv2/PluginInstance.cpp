@@ -42,7 +42,7 @@ PluginInstance::PluginInstance(const BundleWorld& world, const ExpectedPlugin& e
     EXPECT_NE(instance_, nullptr) << expected.uri << " at " << sampleRate << " Hz";
     for (std::size_t index = 0; index < controls_.size(); ++index) {
         const auto& parameter = expected.entry->parameters[index];
-        controls_[index] = portValueOf(parameter, parameter.defaultValue);
+        controls_[index] = portDefaultOf(parameter);
         const std::uint32_t port = portIndex(world, plugin, std::string(parameter.name));
         if (instance_ != nullptr) lilv_instance_connect_port(instance_, port, &controls_[index]);
     }

@@ -111,7 +111,13 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
         };
         EXPECT_EQ(parameterValueOf(parameter, numberAfter("Minimum")), parameter.minimum);
         EXPECT_EQ(parameterValueOf(parameter, numberAfter("Maximum")), parameter.maximum);
-        EXPECT_EQ(parameterValueOf(parameter, numberAfter("Default")), parameter.defaultValue);
+        // The delays' glide starts at the plug-ins' own default (50 ms), every other port at
+        // the catalogue's.
+        if (parameter.name == "glide") {
+            EXPECT_EQ(static_cast<float>(numberAfter("Default")), portDefaultOf(parameter));
+        } else {
+            EXPECT_EQ(parameterValueOf(parameter, numberAfter("Default")), parameter.defaultValue);
+        }
         // lv2info prints no unit; its Turtle description of the plug-in (-p) carries it.
         std::string unit(unitSymbol(portUnitOf(parameter).unit));
         for (char& c : unit) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));

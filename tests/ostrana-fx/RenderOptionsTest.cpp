@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <ostrana/audioeffects/EffectCatalogue.h>
@@ -44,6 +45,18 @@ TEST(FxParamsTest, TableListsEveryParameterWithItsFacts) {
                 EXPECT_NE(run.out.find(fact), std::string::npos) << fact << " in\n" << run.out;
             }
         }
+    }
+}
+
+TEST(FxParamsTest, DelaysListTheirLevelAndGlideAndThePingPongItsBounce) {
+    for (const char* node : {"delay", "ping-pong-delay"}) {
+        const FxRun run = FxProcess::run({"params", node});
+        ASSERT_EQ(run.exitStatus, 0) << run.err;
+        for (const char* fact : {"level", "-60 to 12 dB", "glide", "0 to 500 ms"}) {
+            EXPECT_NE(run.out.find(fact), std::string::npos) << fact << " in\n" << run.out;
+        }
+        const bool bounces = std::string_view(node) == "ping-pong-delay";
+        EXPECT_EQ(run.out.find("bounce") != std::string::npos, bounces) << run.out;
     }
 }
 

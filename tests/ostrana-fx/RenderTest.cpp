@@ -233,6 +233,22 @@ TEST(FxRenderTest, ChainOfTwoNodesEqualsTheSameChainInProcess) {
     EXPECT_NE(firstBitDifference(expected, chorusOnly), -1);
 }
 
+TEST(FxRenderTest, DelaysTakeTheirLevelGlideAndBounce) {
+    RenderFixture fixture;
+    const FxRun run = fixture.render({"--node", "ping-pong-delay", "--set", "bounce=on", "--set",
+                                      "level=-6.0206", "--set", "glide=30", "--block", "256"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    const std::string type = "AudioEffects.PingPongDelay";
+    const std::vector<float> expected = renderInProcess(
+        {{type, allOf({setting(type, "bounce", true), setting(type, "level", -6.0206f),
+                       setting(type, "glide", 30.0f)})}},
+        fixture.input, kChannels, kRate, 256);
+    EXPECT_EQ(firstBitDifference(WavFile::read(fixture.outputPath()).samples, expected), -1);
+    const std::vector<float> plain =
+        renderInProcess({{type, [](Node&) {}}}, fixture.input, kChannels, kRate, 256);
+    EXPECT_NE(firstBitDifference(expected, plain), -1);
+}
+
 TEST(FxRenderTest, QuietPrintsNothing) {
     RenderFixture fixture;
     const FxRun run = fixture.render({"--node", "AudioEffects.Flanger", "--quiet"});

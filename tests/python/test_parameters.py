@@ -80,7 +80,8 @@ def test_keyword_arguments_and_properties_set_values():
     delay = ostrana.Delay(delay_ms=350, dry_mix=0.5, wet_mix=0.25, feedback_level=0.4,
                           enabled=False)
     assert delay.parameters == {"enabled": False, "delay_ms": 350, "dry_mix": 0.5,
-                                "wet_mix": 0.25, "feedback_level": 0.4}
+                                "wet_mix": 0.25, "feedback_level": 0.4, "level": 0.0,
+                                "glide": 0.0}
     delay.delay_ms = 20
     delay.dry_mix = 1
     delay.enabled = np.bool_(True)
@@ -145,7 +146,8 @@ def test_unknown_parameters_are_refused():
 
 def test_repr_shows_every_value():
     assert repr(ostrana.Delay(delay_ms=350)) == (
-        "Delay(enabled=True, delay_ms=350, dry_mix=0.7, wet_mix=0.3, feedback_level=0.2)")
+        "Delay(enabled=True, delay_ms=350, dry_mix=0.7, wet_mix=0.3, feedback_level=0.2, "
+        "level=0.0, glide=0.0)")
     assert repr(ostrana.Chain([ostrana.Vibrato(frequency=4, sweep_width=0.003)])) == (
         "Chain([Vibrato(enabled=True, sweep_width=0.003, frequency=4.0)])")
 

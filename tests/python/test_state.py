@@ -33,7 +33,8 @@ def test_json_uses_type_names_and_command_line_parameter_names():
     first = data["chain"][0]
     assert first["type"] == "AudioEffects.Delay"
     assert first["parameters"] == {"enabled": True, "delayMs": 350, "dryMix": 0.7,
-                                   "wetMix": 0.3, "feedbackLevel": 0.4}
+                                   "wetMix": 0.3, "feedbackLevel": 0.4, "level": 0.0,
+                                   "glide": 0.0}
     assert [item["type"] for item in data["chain"][1]["chain"]] == [
         "AudioEffects.Chorus", "AudioEffects.Flanger"]
     assert data["chain"][2]["allow_out_of_range"] is True

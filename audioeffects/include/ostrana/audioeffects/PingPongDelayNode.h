@@ -29,6 +29,23 @@ namespace ostrana::extensions::audioeffects {
 // Its five parameters are host properties ("enabled", "delayMs", "dryMix", "wetMix",
 // "feedbackLevel") as well as accessors; they may be set from any thread while the audio
 // thread processes, and process reads them once per block.
+//
+// Three more parameters live in the effect catalogue only (EffectCatalogue::find(
+// "ping-pong-delay")), read once per block, and change nothing at their defaults:
+// - level, -60 to +12 dB, default 0: an output gain, as on the delay (DelayNode.h).
+// - glide, 0 to 500 ms, default 0: the time a new delay takes to arrive, by a moving
+//   interpolated read, as on the delay (DelayNode.h). While a glide is set, blocks of one or
+//   two channels run the rings laid out as lines of the full room, with the read following
+//   the write; switching the glide on or off rearranges what the rings hold so that every echo
+//   stays where it was (a single pass over the rings in that block). A new rate still jumps.
+// - bounce, default off (the cross-feed above). On, the echoes alternate sides: the input is
+//   summed to one side first, L + R, unscaled, into the right ring; the right ring's echo comes
+//   out on the right and goes, times feedbackLevel, into the left ring; the left ring's echo
+//   comes out on the left and goes, times feedbackLevel, back into the right ring. A click of
+//   1 on the left (or on the right) gives wetMix on the right after one delay, then
+//   feedbackLevel * wetMix on the left after two, then feedbackLevel^2 * wetMix on the right
+//   after three, and so on; a centred click of 0.5 on both sides bounces as a click of 1.
+//   A block of more than two channels (no format carries one) is always cross-fed.
 class OSTRANA_AUDIOEFFECTS_EXPORT PingPongDelayNode : public SingleBusAudioProcessorNode {
   public:
     // The configuration is not read.
