@@ -15,6 +15,11 @@ constexpr PresetSetting kShortBounce[] = {
     {"delayMs", 140u}, {"feedbackLevel", 0.15f}, {"dryMix", 0.8f}, {"wetMix", 0.45f}};
 constexpr PresetSetting kLongBounce[] = {
     {"delayMs", 600u}, {"feedbackLevel", 0.6f}, {"dryMix", 0.7f}, {"wetMix", 0.45f}};
+constexpr PresetSetting kLeftRight[] = {{"delayMs", 250u},
+                                        {"feedbackLevel", 0.45f},
+                                        {"dryMix", 0.8f},
+                                        {"wetMix", 0.5f},
+                                        {"bounce", true}};
 constexpr PresetSetting kGentleVibrato[] = {{"sweepWidth", 0.002f}, {"frequency", 5.0f}};
 constexpr PresetSetting kDeepVibrato[] = {{"sweepWidth", 0.008f}, {"frequency", 6.5f}};
 constexpr PresetSetting kJet[] = {{"sweepWidth", 0.008f}, {"frequency", 0.1f}};
@@ -27,6 +32,7 @@ constexpr Preset kFactoryPresets[] = {
     {"delay", "long-echo", "Long echo", kLongEcho},
     {"ping-pong-delay", "bounce", "Short bounce", kShortBounce},
     {"ping-pong-delay", "long-echo", "Long echo", kLongBounce},
+    {"ping-pong-delay", "left-right", "Left-right bounce", kLeftRight},
     {"vibrato", "gentle", "Gentle vibrato", kGentleVibrato},
     {"vibrato", "deep", "Deep vibrato", kDeepVibrato},
     {"flanger", "jet", "Jet flanger", kJet},

@@ -119,8 +119,10 @@ TEST(FxPresetsTest, JsonGivesThePresetsAsTheCatalogueHasThem) {
         const NodeTypeEntry& entry = *EffectCatalogue::find(preset.nodeType);
         for (const PresetSetting& setting : preset.settings) {
             const nlohmann::json& value = list[i]["settings"][std::string(setting.parameter)];
-            EXPECT_EQ(entry.findParameter(setting.parameter)->fromNumber(value.get<double>()),
-                      setting.value)
+            // A switch is written as true or false, numbers as numbers.
+            const double number =
+                value.is_boolean() ? (value.get<bool>() ? 1.0 : 0.0) : value.get<double>();
+            EXPECT_EQ(entry.findParameter(setting.parameter)->fromNumber(number), setting.value)
                 << preset.name << " " << setting.parameter;
         }
     }
