@@ -74,6 +74,10 @@ std::string_view unitSymbol(ParameterUnit unit) {
             return "s";
         case ParameterUnit::Hertz:
             return "Hz";
+        case ParameterUnit::Decibels:
+            return "dB";
+        case ParameterUnit::Degrees:
+            return "deg";
         case ParameterUnit::None:
             break;
     }
@@ -88,6 +92,10 @@ std::string_view unitName(ParameterUnit unit) {
             return "seconds";
         case ParameterUnit::Hertz:
             return "hertz";
+        case ParameterUnit::Decibels:
+            return "decibels";
+        case ParameterUnit::Degrees:
+            return "degrees";
         case ParameterUnit::None:
             break;
     }

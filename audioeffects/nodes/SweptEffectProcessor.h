@@ -18,10 +18,11 @@
 namespace ostrana::extensions::audioeffects {
 
 // What a swept-delay node holds and does, whatever its recipe: its parameters (started from its
-// table's defaults), the channel capacity, its oscillators (one per channel, each a quarter
-// cycle after the one before, or one shared by every channel) with the steps each has computed
-// ahead, one line per channel, and the rate and channel count of the previous block. The
-// block's work is the recipe's (SweptEffectProcessorFor).
+// table's defaults), the channel capacity, its oscillators (one per channel, each stereoPhase
+// after the one before; an effect that shares one oscillator among its channels uses the others
+// only while stereoPhase is not 0) with the steps each has computed ahead, one line per
+// channel, the rate and channel count of the previous block, and what the output's mix and
+// level need. The block's work is the recipe's (SweptEffectProcessorFor).
 class SweptEffectProcessor : public SweptParameters {
   public:
     SweptEffectProcessor(unsigned int channels, bool oscillatorPerChannel,
@@ -34,9 +35,41 @@ class SweptEffectProcessor : public SweptParameters {
   protected:
     // Whether the block fits the lines and the effect is on. If so, the output takes the input's
     // format (the render writes its samples), the lines are cleared on a change of format and
-    // the oscillators take the frequency; if not (false: nothing more to do), the input is
-    // copied to the output.
+    // the oscillators take the frequency (and, one per channel, the stereo phase); if not
+    // (false: nothing more to do), the input is copied to the output.
     bool prepareBlock(AudioBus& inBus, AudioBus& outBus);
+
+    // For an effect that shares one oscillator: whether a block of this many channels runs an
+    // oscillator per channel, because stereoPhase is not 0. If so, the other channels'
+    // oscillators are brought in step with the shared one (each its phase offset ahead) where
+    // they are not yet.
+    bool spreadsOscillators(unsigned int channels);
+    // A block rendered on the shared oscillator alone: the others fall out of step.
+    void sharesOscillator() { oscillatorsInStep_ = 1; }
+
+    // render(input, output) writes the effect's output; this then crossfades it with the dry
+    // input by mix and applies level. Where the mix is 1 the block is rendered whole; otherwise
+    // in chunks whose dry input is kept aside first, since the output may be the input's
+    // memory. At mix 1 and level 0 dB nothing is added to the render.
+    template <typename Render>
+    void renderFinished(const AudioBuffer<float>& input, AudioBuffer<float>& output,
+                        Render render) {
+        const float wetShare = mix.load(std::memory_order_relaxed);
+        const unsigned int channels = input.getNumberOfChannels();
+        const unsigned int frames = input.getNumberOfFrames();
+        if (wetShare == 1.0f) {
+            render(input, output);
+        } else {
+            for (unsigned int start = 0; start < frames; start += kMixChunk) {
+                const unsigned int count = frames - start < kMixChunk ? frames - start : kMixChunk;
+                ChunkViews& views = chunkViews_[channels - 1];
+                keepDry(input, output, views, start, count);
+                render(views.dry, views.output);
+                crossfade(views, wetShare);
+            }
+        }
+        applyLevel(output, channels, frames);
+    }
 
     unsigned int numberOfChannels_;
     std::vector<audio::LFO> oscillators_;
@@ -46,8 +79,37 @@ class SweptEffectProcessor : public SweptParameters {
     unsigned int lastNumberOfChannels_ = 0;
 
   private:
+    // Frames of a chunk whose dry input is kept aside while the mix is not 1.
+    static constexpr unsigned int kMixChunk = 256;
+
+    // A chunk of n channels: its dry input (in dry_) and the part of the block's output it
+    // renders into.
+    struct ChunkViews {
+        AudioBuffer<float> dry;
+        AudioBuffer<float> output;
+    };
+
     // Hands the frequency parameter to every oscillator that does not hold it yet.
     void passFrequencyOn();
+    // Gives the oscillators after the first their channels' phase offsets when stereoPhase has
+    // changed (the first is never offset).
+    void passStereoPhaseOn();
+    void offsetFollowers(float degrees);
+    // Copies count frames of input from start into the dry store and points views at them and
+    // at the same frames of output.
+    void keepDry(const AudioBuffer<float>& input, AudioBuffer<float>& output, ChunkViews& views,
+                 unsigned int start, unsigned int count);
+    // The chunk's output crossfaded from its dry input: the dry input itself at 0.
+    static void crossfade(ChunkViews& views, float wetShare);
+    // Multiplies the block by the gain of the level parameter, unless that is 0 dB.
+    void applyLevel(AudioBuffer<float>& output, unsigned int channels, unsigned int frames);
+
+    std::vector<float> dry_;              // kMixChunk frames per channel
+    std::vector<ChunkViews> chunkViews_;  // for 1 to numberOfChannels_ channels
+    float appliedStereoPhase_ = 0.0f;     // what the oscillators' offsets were made from
+    unsigned int oscillatorsInStep_ = 1;  // leading oscillators stepped as one with the first
+    float appliedLevel_ = 0.0f;           // the level gain_ was made from
+    float gain_ = 1.0f;
 };
 
 // The processor of one recipe: its block rendered with the recipe's constants compiled in.
@@ -62,18 +124,26 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
         const AudioBuffer<float>& input = inBus.buffer;
         const unsigned int frames = input.getNumberOfFrames();
         if (frames == 0) return true;
-        if (input.getNumberOfChannels() == 0) {
+        const unsigned int channels = input.getNumberOfChannels();
+        if (channels == 0) {
             if constexpr (!kRecipe.oscillatorPerChannel) {
                 // The shared oscillator keeps running through blocks that carry no channels.
                 const int rate = static_cast<int>(input.getSampleRate());
+                sharesOscillator();
                 oscillators_.front().settle(lookAheads_.front());
                 for (unsigned int f = 0; f < frames; ++f) oscillators_.front().process(rate);
             }
             return true;
         }
-        SweptDelayRenderer::render<kRecipe>(
-            input, outBus.buffer, oscillators_.data(), lookAheads_.data(), lines_.data(),
-            sweepWidth, kRecipe.wetGain, kRecipe.feedsBack ? kRecipe.feedback : 0.0f);
+        const float feedbackShare = feedback.load(std::memory_order_relaxed);
+        bool spread = false;
+        if constexpr (!kRecipe.oscillatorPerChannel) {
+            spread = spreadsOscillators(channels);
+        }
+        renderFinished(input, outBus.buffer,
+                       [&](const AudioBuffer<float>& from, AudioBuffer<float>& to) {
+                           renderChosen(from, to, feedbackShare, spread);
+                       });
         return true;
     }
 
@@ -82,6 +152,41 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     static std::unique_ptr<SweptEffectProcessor> make(unsigned int numberOfChannels,
                                                       std::span<const SweptSlot> slots) {
         return std::make_unique<SweptEffectProcessorFor>(numberOfChannels, slots);
+    }
+
+  private:
+    // The recipe's render for the block: feeding back only where the effect offers feedback and
+    // it is not 0 (at 0 the line takes the input itself, as an effect without feedback does),
+    // an oscillator per channel where the shared one is spread.
+    void renderChosen(const AudioBuffer<float>& input, AudioBuffer<float>& output,
+                      float feedbackShare, bool spread) {
+        if constexpr (kRecipe.offersFeedback) {
+            if (feedbackShare != 0.0f) {
+                return renderSpread<feedingBack(kRecipe, true)>(input, output, feedbackShare,
+                                                                spread);
+            }
+            return renderSpread<feedingBack(kRecipe, false)>(input, output, 0.0f, spread);
+        }
+        renderSpread<kRecipe>(input, output, 0.0f, spread);
+    }
+
+    template <SweepRecipe kChosen>
+    void renderSpread(const AudioBuffer<float>& input, AudioBuffer<float>& output,
+                      float feedbackShare, bool spread) {
+        if constexpr (!kChosen.oscillatorPerChannel) {
+            if (spread) {
+                return renderAs<oscillatorForEachChannel(kChosen)>(input, output, feedbackShare);
+            }
+        }
+        renderAs<kChosen>(input, output, feedbackShare);
+    }
+
+    template <SweepRecipe kChosen>
+    void renderAs(const AudioBuffer<float>& input, AudioBuffer<float>& output,
+                  float feedbackShare) {
+        SweptDelayRenderer::render<kChosen>(input, output, oscillators_.data(), lookAheads_.data(),
+                                            lines_.data(), sweepWidth, kChosen.wetGain,
+                                            feedbackShare);
     }
 };
 

@@ -19,7 +19,7 @@ enum class ParameterKind {
 };
 
 // The unit a parameter's value is counted in.
-enum class ParameterUnit { None, Milliseconds, Seconds, Hertz };
+enum class ParameterUnit { None, Milliseconds, Seconds, Hertz, Decibels, Degrees };
 
 // A parameter's value, of its kind: bool for a switch, unsigned int for a whole number, float
 // for a real number.
@@ -77,6 +77,8 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT ParameterDefinition {
     constexpr ParameterDefinition inMilliseconds() const { return in(ParameterUnit::Milliseconds); }
     constexpr ParameterDefinition inSeconds() const { return in(ParameterUnit::Seconds); }
     constexpr ParameterDefinition inHertz() const { return in(ParameterUnit::Hertz); }
+    constexpr ParameterDefinition inDecibels() const { return in(ParameterUnit::Decibels); }
+    constexpr ParameterDefinition inDegrees() const { return in(ParameterUnit::Degrees); }
     constexpr ParameterDefinition describedAs(std::string_view text) const {
         ParameterDefinition next = *this;
         next.description = text;
@@ -117,9 +119,9 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT ParameterDefinition {
 
 // "switch", "whole number" or "real number".
 OSTRANA_AUDIOEFFECTS_EXPORT std::string_view kindName(ParameterKind kind);
-// "ms", "s", "Hz", or "" for no unit.
+// "ms", "s", "Hz", "dB", "deg", or "" for no unit.
 OSTRANA_AUDIOEFFECTS_EXPORT std::string_view unitSymbol(ParameterUnit unit);
-// "milliseconds", "seconds", "hertz" or "none".
+// "milliseconds", "seconds", "hertz", "decibels", "degrees" or "none".
 OSTRANA_AUDIOEFFECTS_EXPORT std::string_view unitName(ParameterUnit unit);
 // A value as people write it: "on"/"off", "200", "0.7" (the shortest decimal that reads back as
 // the same float).
