@@ -20,7 +20,9 @@ bool differs(float a, float b) {
 
 SweptEffectProcessor::SweptEffectProcessor(unsigned int channels, bool oscillatorPerChannel,
                                            std::span<const SweptSlot> slots)
-    : numberOfChannels_(channels), lines_(SweptNodeRules::makeLines(channels)) {
+    : numberOfChannels_(channels),
+      oscillatorPerChannel_(oscillatorPerChannel),
+      lines_(SweptNodeRules::makeLines(channels)) {
     startFromDefaults<SweptParameters>(*this, slots);
     const float startingFrequency = frequency.load();
     appliedStereoPhase_ = stereoPhase.load();
@@ -48,8 +50,10 @@ SweptEffectProcessor::SweptEffectProcessor(unsigned int channels, bool oscillato
 
 void SweptEffectProcessor::passFrequencyOn() {
     const float wanted = frequency.load(std::memory_order_relaxed);
-    for (audio::LFO& oscillator : oscillators_) {
-        if (differs(oscillator.getFrequency(), wanted)) oscillator.setFrequency(wanted);
+    // A shared oscillator's followers out of step take it from the oscillator when they join.
+    const std::size_t running = oscillatorPerChannel_ ? oscillators_.size() : oscillatorsInStep_;
+    for (std::size_t i = 0; i < running; ++i) {
+        if (differs(oscillators_[i].getFrequency(), wanted)) oscillators_[i].setFrequency(wanted);
     }
 }
 
@@ -65,9 +69,9 @@ void SweptEffectProcessor::passStereoPhaseOn() {
     if (differs(degrees, appliedStereoPhase_)) offsetFollowers(degrees);
 }
 
-bool SweptEffectProcessor::spreadsOscillators(unsigned int channels) {
+bool SweptEffectProcessor::spreadOscillators(unsigned int channels) {
     const float degrees = stereoPhase.load(std::memory_order_relaxed);
-    if (degrees == 0.0f || channels < 2 || channels > oscillators_.size()) {
+    if (degrees == 0.0f || channels > oscillators_.size()) {
         sharesOscillator();
         return false;
     }
@@ -100,7 +104,8 @@ bool SweptEffectProcessor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
     SweptNodeRules::followFormat(inBus.buffer.getSampleRate(), inBus.buffer.getNumberOfChannels(),
                                  lastSampleRate_, lastNumberOfChannels_, lines_);
     passFrequencyOn();
-    passStereoPhaseOn();
+    // A shared oscillator's followers take theirs when they are spread (spreadsOscillators).
+    if (oscillatorPerChannel_) passStereoPhaseOn();
     return true;
 }
 
@@ -133,9 +138,7 @@ void SweptEffectProcessor::crossfade(ChunkViews& views, float wetShare) {
 }
 
 void SweptEffectProcessor::applyLevel(AudioBuffer<float>& output, unsigned int channels,
-                                      unsigned int frames) {
-    const float decibels = level.load(std::memory_order_relaxed);
-    if (decibels == 0.0f) return;
+                                      unsigned int frames, float decibels) {
     if (differs(decibels, appliedLevel_)) {
         appliedLevel_ = decibels;
         gain_ = static_cast<float>(std::pow(10.0, static_cast<double>(decibels) / 20.0));

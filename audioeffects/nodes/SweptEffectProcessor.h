@@ -43,7 +43,13 @@ class SweptEffectProcessor : public SweptParameters {
     // oscillator per channel, because stereoPhase is not 0. If so, the other channels'
     // oscillators are brought in step with the shared one (each its phase offset ahead) where
     // they are not yet.
-    bool spreadsOscillators(unsigned int channels);
+    bool spreadsOscillators(unsigned int channels) {
+        if (stereoPhase.load(std::memory_order_relaxed) == 0.0f || channels < 2) {
+            sharesOscillator();
+            return false;
+        }
+        return spreadOscillators(channels);
+    }
     // A block rendered on the shared oscillator alone: the others fall out of step.
     void sharesOscillator() { oscillatorsInStep_ = 1; }
 
@@ -68,10 +74,12 @@ class SweptEffectProcessor : public SweptParameters {
                 crossfade(views, wetShare);
             }
         }
-        applyLevel(output, channels, frames);
+        const float decibels = level.load(std::memory_order_relaxed);
+        if (decibels != 0.0f) applyLevel(output, channels, frames, decibels);
     }
 
     unsigned int numberOfChannels_;
+    bool oscillatorPerChannel_;
     std::vector<audio::LFO> oscillators_;
     std::vector<audio::LFOLookAhead> lookAheads_;  // one per oscillator
     std::vector<audio::CircularBuffer> lines_;
@@ -101,8 +109,11 @@ class SweptEffectProcessor : public SweptParameters {
                  unsigned int start, unsigned int count);
     // The chunk's output crossfaded from its dry input: the dry input itself at 0.
     static void crossfade(ChunkViews& views, float wetShare);
-    // Multiplies the block by the gain of the level parameter, unless that is 0 dB.
-    void applyLevel(AudioBuffer<float>& output, unsigned int channels, unsigned int frames);
+    // Multiplies the block by the gain of decibels.
+    void applyLevel(AudioBuffer<float>& output, unsigned int channels, unsigned int frames,
+                    float decibels);
+    // spreadsOscillators past its quick refusals.
+    bool spreadOscillators(unsigned int channels);
 
     std::vector<float> dry_;              // kMixChunk frames per channel
     std::vector<ChunkViews> chunkViews_;  // for 1 to numberOfChannels_ channels
@@ -174,11 +185,16 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     void renderSpread(const AudioBuffer<float>& input, AudioBuffer<float>& output,
                       float feedbackShare, bool spread) {
         if constexpr (!kChosen.oscillatorPerChannel) {
-            if (spread) {
-                return renderAs<oscillatorForEachChannel(kChosen)>(input, output, feedbackShare);
-            }
+            if (spread) return renderSpreadOut<kChosen>(input, output, feedbackShare);
         }
         renderAs<kChosen>(input, output, feedbackShare);
+    }
+
+    // Kept out of line, so that the shared oscillator's path stays as compact as it was.
+    template <SweepRecipe kChosen>
+    [[gnu::noinline]] void renderSpreadOut(const AudioBuffer<float>& input,
+                                           AudioBuffer<float>& output, float feedbackShare) {
+        renderAs<oscillatorForEachChannel(kChosen)>(input, output, feedbackShare);
     }
 
     template <SweepRecipe kChosen>
