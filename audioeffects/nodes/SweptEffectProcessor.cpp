@@ -109,6 +109,39 @@ bool SweptEffectProcessor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
     return true;
 }
 
+const std::atomic<float>& SweptEffectProcessor::widthForBlock(float sampleRate) {
+    widthMoving_ = false;
+    const float glideMs = glide.load(std::memory_order_relaxed);
+    if (glideMs == 0.0f) {
+        widthTracked_ = false;
+        return sweepWidth;
+    }
+    const float target = sweepWidth.load(std::memory_order_relaxed);
+    const float current = glidingWidth_.load(std::memory_order_relaxed);
+    const float glideFrames = glideMs * 0.001f * sampleRate;
+    // Glide only between finite widths and over at least a frame; anything else jumps.
+    if (!widthTracked_ || !std::isfinite(target) || !std::isfinite(current) ||
+        !(glideFrames >= 1.0f)) {
+        glidingWidth_.store(target, std::memory_order_relaxed);
+        widthTracked_ = true;
+        return glidingWidth_;
+    }
+    if (current == target) return glidingWidth_;
+    if (differs(target, widthTarget_) || !(widthPerFrame_ != 0.0f)) {
+        widthTarget_ = target;
+        widthPerFrame_ = (target - current) / glideFrames;
+    }
+    widthMoving_ = true;
+    return glidingWidth_;
+}
+
+void SweptEffectProcessor::glideWidth(unsigned int count) {
+    const float current = glidingWidth_.load(std::memory_order_relaxed);
+    const float next = current + widthPerFrame_ * static_cast<float>(count);
+    const bool arrives = widthPerFrame_ > 0.0f ? next >= widthTarget_ : next <= widthTarget_;
+    glidingWidth_.store(arrives ? widthTarget_ : next, std::memory_order_relaxed);
+}
+
 void SweptEffectProcessor::keepDry(const AudioBuffer<float>& input, AudioBuffer<float>& output,
                                    ChunkViews& views, unsigned int start, unsigned int count) {
     const unsigned int channels = input.getNumberOfChannels();

@@ -53,25 +53,30 @@ class SweptEffectProcessor : public SweptParameters {
     // A block rendered on the shared oscillator alone: the others fall out of step.
     void sharesOscillator() { oscillatorsInStep_ = 1; }
 
-    // render(input, output) writes the effect's output; this then crossfades it with the dry
-    // input by mix and applies level. Where the mix is 1 the block is rendered whole; otherwise
-    // in chunks whose dry input is kept aside first, since the output may be the input's
-    // memory. At mix 1 and level 0 dB nothing is added to the render.
+    // render(input, output, width) writes the effect's output with the sweep width loaded from
+    // width; this then crossfades it with the dry input by mix and applies level. Where the mix
+    // is 1 and the width does not glide the block is rendered whole; otherwise in chunks whose
+    // dry input is kept aside first, since the output may be the input's memory. At mix 1,
+    // level 0 dB and glide 0 nothing is added to the render.
     template <typename Render>
     void renderFinished(const AudioBuffer<float>& input, AudioBuffer<float>& output,
                         Render render) {
         const float wetShare = mix.load(std::memory_order_relaxed);
         const unsigned int channels = input.getNumberOfChannels();
         const unsigned int frames = input.getNumberOfFrames();
-        if (wetShare == 1.0f) {
-            render(input, output);
+        const std::atomic<float>& width = widthForBlock(static_cast<float>(input.getSampleRate()));
+        if (wetShare == 1.0f && !widthMoving_) {
+            render(input, output, width);
         } else {
-            for (unsigned int start = 0; start < frames; start += kMixChunk) {
-                const unsigned int count = frames - start < kMixChunk ? frames - start : kMixChunk;
+            // While the width glides, chunks short enough that each of its steps is small.
+            const unsigned int chunk = widthMoving_ ? kGlideChunk : kMixChunk;
+            for (unsigned int start = 0; start < frames; start += chunk) {
+                const unsigned int count = frames - start < chunk ? frames - start : chunk;
                 ChunkViews& views = chunkViews_[channels - 1];
                 keepDry(input, output, views, start, count);
-                render(views.dry, views.output);
-                crossfade(views, wetShare);
+                if (widthMoving_) glideWidth(count);
+                render(views.dry, views.output, width);
+                if (wetShare != 1.0f) crossfade(views, wetShare);
             }
         }
         const float decibels = level.load(std::memory_order_relaxed);
@@ -89,6 +94,9 @@ class SweptEffectProcessor : public SweptParameters {
   private:
     // Frames of a chunk whose dry input is kept aside while the mix is not 1.
     static constexpr unsigned int kMixChunk = 256;
+    // Frames of a chunk while the sweep width glides: its steps 8 frames apart are too small to
+    // click where the width moves as fast as automation moves it.
+    static constexpr unsigned int kGlideChunk = 8;
 
     // A chunk of n channels: its dry input (in dry_) and the part of the block's output it
     // renders into.
@@ -112,14 +120,25 @@ class SweptEffectProcessor : public SweptParameters {
     // Multiplies the block by the gain of decibels.
     void applyLevel(AudioBuffer<float>& output, unsigned int channels, unsigned int frames,
                     float decibels);
+    // The atomic the block's render loads the sweep width from: the parameter itself while
+    // glide is 0; else the gliding width, set moving (widthMoving_) toward the parameter over
+    // the glide time when the parameter has changed.
+    const std::atomic<float>& widthForBlock(float sampleRate);
+    // The gliding width count frames further on, arriving exactly at its target.
+    void glideWidth(unsigned int count);
     // spreadsOscillators past its quick refusals.
     bool spreadOscillators(unsigned int channels);
 
-    std::vector<float> dry_;              // kMixChunk frames per channel
-    std::vector<ChunkViews> chunkViews_;  // for 1 to numberOfChannels_ channels
-    float appliedStereoPhase_ = 0.0f;     // what the oscillators' offsets were made from
-    unsigned int oscillatorsInStep_ = 1;  // leading oscillators stepped as one with the first
-    float appliedLevel_ = 0.0f;           // the level gain_ was made from
+    std::vector<float> dry_;                 // kMixChunk frames per channel
+    std::vector<ChunkViews> chunkViews_;     // for 1 to numberOfChannels_ channels
+    float appliedStereoPhase_ = 0.0f;        // what the oscillators' offsets were made from
+    unsigned int oscillatorsInStep_ = 1;     // leading oscillators stepped as one with the first
+    std::atomic<float> glidingWidth_{0.0f};  // the width the render loads while gliding
+    bool widthTracked_ = false;              // glidingWidth_ holds the width in use
+    bool widthMoving_ = false;               // the block's width glides
+    float widthTarget_ = 0.0f;
+    float widthPerFrame_ = 0.0f;
+    float appliedLevel_ = 0.0f;  // the level gain_ was made from
     float gain_ = 1.0f;
 };
 
@@ -152,8 +171,9 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
             spread = spreadsOscillators(channels);
         }
         renderFinished(input, outBus.buffer,
-                       [&](const AudioBuffer<float>& from, AudioBuffer<float>& to) {
-                           renderChosen(from, to, feedbackShare, spread);
+                       [&](const AudioBuffer<float>& from, AudioBuffer<float>& to,
+                           const std::atomic<float>& width) {
+                           renderChosen(from, to, width, feedbackShare, spread);
                        });
         return true;
     }
@@ -170,39 +190,39 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     // it is not 0 (at 0 the line takes the input itself, as an effect without feedback does),
     // an oscillator per channel where the shared one is spread.
     void renderChosen(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                      float feedbackShare, bool spread) {
+                      const std::atomic<float>& width, float feedbackShare, bool spread) {
         if constexpr (kRecipe.offersFeedback) {
             if (feedbackShare != 0.0f) {
-                return renderSpread<feedingBack(kRecipe, true)>(input, output, feedbackShare,
+                return renderSpread<feedingBack(kRecipe, true)>(input, output, width, feedbackShare,
                                                                 spread);
             }
-            return renderSpread<feedingBack(kRecipe, false)>(input, output, 0.0f, spread);
+            return renderSpread<feedingBack(kRecipe, false)>(input, output, width, 0.0f, spread);
         }
-        renderSpread<kRecipe>(input, output, 0.0f, spread);
+        renderSpread<kRecipe>(input, output, width, 0.0f, spread);
     }
 
     template <SweepRecipe kChosen>
     void renderSpread(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                      float feedbackShare, bool spread) {
+                      const std::atomic<float>& width, float feedbackShare, bool spread) {
         if constexpr (!kChosen.oscillatorPerChannel) {
-            if (spread) return renderSpreadOut<kChosen>(input, output, feedbackShare);
+            if (spread) return renderSpreadOut<kChosen>(input, output, width, feedbackShare);
         }
-        renderAs<kChosen>(input, output, feedbackShare);
+        renderAs<kChosen>(input, output, width, feedbackShare);
     }
 
     // Kept out of line, so that the shared oscillator's path stays as compact as it was.
     template <SweepRecipe kChosen>
     [[gnu::noinline]] void renderSpreadOut(const AudioBuffer<float>& input,
-                                           AudioBuffer<float>& output, float feedbackShare) {
-        renderAs<oscillatorForEachChannel(kChosen)>(input, output, feedbackShare);
+                                           AudioBuffer<float>& output,
+                                           const std::atomic<float>& width, float feedbackShare) {
+        renderAs<oscillatorForEachChannel(kChosen)>(input, output, width, feedbackShare);
     }
 
     template <SweepRecipe kChosen>
     void renderAs(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                  float feedbackShare) {
+                  const std::atomic<float>& width, float feedbackShare) {
         SweptDelayRenderer::render<kChosen>(input, output, oscillators_.data(), lookAheads_.data(),
-                                            lines_.data(), sweepWidth, kChosen.wetGain,
-                                            feedbackShare);
+                                            lines_.data(), width, kChosen.wetGain, feedbackShare);
     }
 };
 

@@ -21,6 +21,7 @@ struct SweptParameters {
     std::atomic<float> mix{1.0f};
     std::atomic<float> feedback{0.0f};
     std::atomic<float> stereoPhase{0.0f};
+    std::atomic<float> glide{0.0f};
 
     static_assert(std::atomic<bool>::is_always_lock_free);
     static_assert(std::atomic<float>::is_always_lock_free);
@@ -40,9 +41,10 @@ struct SweptRanges {
 };
 
 // The switch, how far the delay swings (0 to widestWidth seconds) and how often (hertz), then
-// the output's level and mix and the channels' phase offset, in the order people see them. A
+// the output's level and mix, the channels' phase offset and the sweep width's glide, in the
+// order people see them. A
 // swing of 0 is allowed: the effect then holds a fixed delay.
-constexpr std::array<SweptSlot, 6> sweptSlots(const SweptRanges& ranges) {
+constexpr std::array<SweptSlot, 7> sweptSlots(const SweptRanges& ranges) {
     using P = ParameterDefinition;
     return {{
         {P::onOffSwitch("enabled").startingAt(true).describedAs(ranges.switchText),
@@ -75,6 +77,10 @@ constexpr std::array<SweptSlot, 6> sweptSlots(const SweptRanges& ranges) {
              .describedAs("How far the second channel's sweep runs behind the first's, in "
                           "degrees."),
          &SweptParameters::stereoPhase},
+        {P::realNumber("glide").from(0.0f).to(500.0f).startingAt(0.0f).inMilliseconds().describedAs(
+             "Time a change of the sweep width takes to arrive, in milliseconds; 0 "
+             "jumps at once."),
+         &SweptParameters::glide},
     }};
 }
 

@@ -419,3 +419,77 @@ TEST(SweptStereoPhase, VibratoPhaseChangesLeaveTheFirstChannelAlone) {
     EXPECT_TRUE(sameBits(Signal{slice(movedOut[1], 6 * 1024, 7 * 1024)},
                          Signal{slice(steadyOut[1], 6 * 1024, 7 * 1024)}));
 }
+
+namespace {
+
+// The largest sample-to-sample step of a 220 Hz tone at 0.5 through the effect (after its first
+// second) while its sweep width moves from `from` by `step` every 256-frame block, as host
+// automation moves it, up to `to`; with step 0 it stays at `from`.
+float largestStep(const SweptCase& effect, float glideMs, float from, float to, float step) {
+    std::unique_ptr<SweptEffectNode> node = effect.make();
+    set(*node, effect.name, "glide", glideMs);
+    node->setSweepWidth(from);
+    float width = from;
+    float largest = 0.0f;
+    float previous = 0.0f;
+    for (unsigned int block = 0; block < 4 * 48000 / 256; ++block) {
+        Signal tone(1, std::vector<float>(256));
+        for (unsigned int f = 0; f < 256; ++f) {
+            const double t = static_cast<double>(block * 256 + f) / 48000.0;
+            tone[0][f] = static_cast<float>(0.5 * std::sin(2.0 * kPi * 220.0 * t));
+        }
+        const Signal output = runBlock(*node, tone, 48000);
+        for (unsigned int f = 0; f < 256; ++f) {
+            if (block * 256 + f > 48000) {
+                largest = std::max(largest, std::fabs(output[0][f] - previous));
+            }
+            previous = output[0][f];
+        }
+        if (block * 256 > 48000 && step != 0.0f) {
+            width = std::min(width + step, to);
+            node->setSweepWidth(width);
+        }
+    }
+    return largest;
+}
+
+struct WidthAutomation {
+    float from;
+    float to;
+    float step;
+};
+
+WidthAutomation automationFor(std::string_view effect) {
+    if (effect == "chorus") return {0.01f, 0.04f, 0.001f};
+    if (effect == "flanger") return {0.002f, 0.008f, 0.0002f};
+    return {0.004f, 0.016f, 0.0004f};
+}
+
+}  // namespace
+
+// Sweep-width automation in steps of a few tenths of a millisecond per block makes the delay
+// jump by several samples at each block: a click. With a glide the width moves there over the
+// glide time instead, and no step of the output is larger than twice the steady one.
+TEST_P(SweptControls, GlideTakesTheClickOutOfSweepWidthAutomation) {
+    const SweptCase& effect = GetParam();
+    const WidthAutomation automation = automationFor(effect.name);
+    const float steady = largestStep(effect, 0.0f, automation.from, automation.from, 0.0f);
+    const float jumping =
+        largestStep(effect, 0.0f, automation.from, automation.to, automation.step);
+    const float gliding =
+        largestStep(effect, 50.0f, automation.from, automation.to, automation.step);
+    std::printf("%s: largest step steady %.4f, automated %.4f without glide, %.4f with 50 ms\n",
+                std::string(effect.name).c_str(), steady, jumping, gliding);
+    EXPECT_GT(jumping, 2.0f * steady);
+    EXPECT_LE(gliding, 2.0f * steady);
+}
+
+// With a glide set but the width left alone, nothing changes, bit for bit.
+TEST_P(SweptControls, GlideWithoutWidthChangesLeavesTheOutputAsItWas) {
+    const SweptCase& effect = GetParam();
+    const Signal input = randomSignal(2, 20000, 13);
+    std::unique_ptr<SweptEffectNode> plain = effect.make();
+    std::unique_ptr<SweptEffectNode> gliding = effect.make();
+    set(*gliding, effect.name, "glide", 120.0f);
+    EXPECT_TRUE(sameBits(renderThrough(*gliding, input), renderThrough(*plain, input)));
+}
