@@ -74,7 +74,7 @@ constexpr std::array<SweptSlot, 7> sweptSlots(const SweptRanges& ranges) {
              .to(180.0f)
              .startingAt(ranges.defaultStereoPhase)
              .inDegrees()
-             .describedAs("How far the second channel's sweep runs behind the first's, in "
+             .describedAs("How far the second channel's sweep runs ahead of the first's, in "
                           "degrees."),
          &SweptParameters::stereoPhase},
         {P::realNumber("glide").from(0.0f).to(500.0f).startingAt(0.0f).inMilliseconds().describedAs(

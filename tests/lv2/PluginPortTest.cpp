@@ -33,6 +33,10 @@ std::string unitUri(ParameterUnit unit) {
             return std::string(kUnits) + "s";
         case ParameterUnit::Hertz:
             return std::string(kUnits) + "hz";
+        case ParameterUnit::Decibels:
+            return std::string(kUnits) + "db";
+        case ParameterUnit::Degrees:
+            return std::string(kUnits) + "degree";
         case ParameterUnit::None:
             break;
     }
