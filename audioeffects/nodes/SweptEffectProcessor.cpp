@@ -109,7 +109,7 @@ bool SweptEffectProcessor::prepareBlock(AudioBus& inBus, AudioBus& outBus) {
     return true;
 }
 
-const std::atomic<float>& SweptEffectProcessor::widthForBlock(float sampleRate) {
+const std::atomic<float>& SweptEffectProcessor::glidingWidthForBlock(float sampleRate) {
     widthMoving_ = false;
     const float glideMs = glide.load(std::memory_order_relaxed);
     if (glideMs == 0.0f) {

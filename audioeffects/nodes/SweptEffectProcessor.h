@@ -123,7 +123,12 @@ class SweptEffectProcessor : public SweptParameters {
     // The atomic the block's render loads the sweep width from: the parameter itself while
     // glide is 0; else the gliding width, set moving (widthMoving_) toward the parameter over
     // the glide time when the parameter has changed.
-    const std::atomic<float>& widthForBlock(float sampleRate);
+    const std::atomic<float>& widthForBlock(float sampleRate) {
+        if (glide.load(std::memory_order_relaxed) == 0.0f && !widthTracked_) return sweepWidth;
+        return glidingWidthForBlock(sampleRate);
+    }
+    // widthForBlock past its quick answer.
+    const std::atomic<float>& glidingWidthForBlock(float sampleRate);
     // The gliding width count frames further on, arriving exactly at its target.
     void glideWidth(unsigned int count);
     // spreadsOscillators past its quick refusals.
