@@ -19,10 +19,11 @@ namespace ostrana::extensions::audioeffects {
 
 // What a swept-delay node holds and does, whatever its recipe: its parameters (started from its
 // table's defaults), the channel capacity, its oscillators (one per channel, each stereoPhase
-// after the one before; an effect that shares one oscillator among its channels uses the others
-// only while stereoPhase is not 0) with the steps each has computed ahead, one line per
-// channel, the rate and channel count of the previous block, and what the output's mix and
-// level need. The block's work is the recipe's (SweptEffectProcessorFor).
+// degrees ahead of the one before; an effect that shares one oscillator among its channels uses
+// the others only while stereoPhase is not 0) with the steps each has computed ahead, one line
+// per channel, the rate and channel count of the previous block, and what the output's mix and
+// level and the sweep width's glide need. The block's work is the recipe's
+// (SweptEffectProcessorFor).
 class SweptEffectProcessor : public SweptParameters {
   public:
     SweptEffectProcessor(unsigned int channels, bool oscillatorPerChannel,
