@@ -29,9 +29,10 @@ unsigned int wholeSampleRate(double sampleRate) {
     return usable ? std::max(1u, static_cast<unsigned int>(std::lround(sampleRate))) : 0;
 }
 
-// The parameter that feeds a line's output back into it; held at its minimum while the plug-in
-// is bypassed, so that the lines empty.
-constexpr std::string_view kFeedback = "feedbackLevel";
+// The parameters that feed a line's output back into it (the delays' feedbackLevel, the chorus's
+// and flanger's feedback); held at none while the plug-in is bypassed, so that the lines empty.
+constexpr std::string_view kFeedbackLevel = "feedbackLevel";
+constexpr std::string_view kFeedback = "feedback";
 
 float asFloat(const extensions::audioeffects::ParameterValue& value) {
     return std::visit([](auto v) { return static_cast<float>(v); }, value);
@@ -75,7 +76,7 @@ EffectPlugin::EffectPlugin(const PluginVariant& variant, unsigned int sampleRate
       syncIndex_(controlIndex("sync")),
       divisionIndex_(controlIndex("division")),
       delayTimeIndex_(controlIndex(PluginList::kDelayTime)),
-      feedbackIndex_(controlIndex(kFeedback)),
+      feedbackIndex_(std::min(controlIndex(kFeedbackLevel), controlIndex(kFeedback))),
       scratch_(variant.channels, kChunkFrames, sampleRate),
       inputViewList_{&inputView_},
       outputViewList_{&outputView_},
@@ -176,7 +177,9 @@ void EffectPlugin::followSwitch() noexcept {
 
 float EffectPlugin::nodeValue(std::size_t control) const noexcept {
     if (resting_ && control == feedbackIndex_) {
-        return asFloat(variant_.controls[control].parameter->minimum);
+        // No feedback: 0, or the nearest the range allows.
+        const auto& parameter = *variant_.controls[control].parameter;
+        return std::clamp(0.0f, asFloat(parameter.minimum), asFloat(parameter.maximum));
     }
     if (control == delayTimeIndex_) {
         const float synced = syncedDelayTime();

@@ -28,7 +28,7 @@ namespace ostrana::lv2 {
 // The on/off switch is the plug-in's own bypass and never reaches the node, which always
 // runs: switching crossfades between its output and the dry input (BypassFade), starting at
 // the first frame of the block in which the port changed. Bypassed, the node goes on being
-// fed the input, with its feedback held at the catalogue's minimum (none): once the bypass
+// fed the input, with its feedback held at none (0 where the range allows): once the bypass
 // has lasted longer than the delay, the lines hold only what came in during it, so nothing
 // from before the bypass comes back when the effect is switched on again, at any feedback.
 class EffectPlugin {

@@ -21,9 +21,10 @@ class PluginList {
     static constexpr std::string_view kProjectUri = "https://dravolt.com/lv2/ostrana-effects";
     // The catalogue parameter that tempo sync drives: a node type that has it gets sync.
     static constexpr std::string_view kDelayTime = "delayMs";
-    // The delays' glide, and the plug-ins' default for it: hosts automate the delay time in
-    // steps (one a block or an automation point, every 1 to 20 ms or so), and at the library's
-    // default of 0 each step jumps the read position and clicks. 50 ms is longer than the
+    // The glide, and the plug-ins' default for it: hosts automate the delay time (and the
+    // swept effects' sweep width) in steps (one a block or an automation point, every 1 to
+    // 20 ms or so), and at the library's default of 0 each step jumps the read position and
+    // clicks. 50 ms is longer than the
     // time between a host's steps, so a ramp becomes one continuous movement of the read,
     // and short enough that a new delay time (a preset, a tempo change) arrives well within a
     // beat. A host or a user can still set 0 for the library's jump.

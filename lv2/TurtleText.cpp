@@ -73,6 +73,8 @@ std::string TurtleText::decimal(float value) {
 }
 
 std::string TurtleText::unitName(extensions::audioeffects::ParameterUnit unit) {
+    // The LV2 units vocabulary spells the others as their symbols do, in lower case.
+    if (unit == extensions::audioeffects::ParameterUnit::Degrees) return "degree";
     std::string name;
     for (char c : unitSymbol(unit)) name += lower(c);
     return name;

@@ -25,8 +25,8 @@ class TurtleText {
     static std::string number(const ControlPort& port, float value);
     // A value as a decimal with a point, as presets give every port's value.
     static std::string decimal(float value);
-    // The local name of a unit in LV2's units vocabulary ("ms", "s", "hz": the catalogue's
-    // symbol in lower case), or "" for no unit.
+    // The local name of a unit in LV2's units vocabulary ("ms", "s", "hz", "db": the
+    // catalogue's symbol in lower case; "degree" for degrees), or "" for no unit.
     static std::string unitName(extensions::audioeffects::ParameterUnit unit);
     // A parameter's name for people from its camel-case name, without a trailing unit:
     // "feedbackLevel" -> "Feedback level", "delayMs" (in ms) -> "Delay".

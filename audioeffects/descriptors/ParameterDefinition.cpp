@@ -76,6 +76,8 @@ std::string_view unitSymbol(ParameterUnit unit) {
             return "Hz";
         case ParameterUnit::Decibels:
             return "dB";
+        case ParameterUnit::Degrees:
+            return "deg";
         case ParameterUnit::None:
             break;
     }
@@ -92,6 +94,8 @@ std::string_view unitName(ParameterUnit unit) {
             return "hertz";
         case ParameterUnit::Decibels:
             return "decibels";
+        case ParameterUnit::Degrees:
+            return "degrees";
         case ParameterUnit::None:
             break;
     }

@@ -11,20 +11,24 @@ namespace ostrana::extensions::audioeffects {
 namespace {
 
 // A copy 21 ms behind (1002 samples at 48 kHz) swinging by up to 50 ms, slowly (0.01 to 5 Hz),
-// added to the dry signal at 0.8; deeper is a doubled echo, faster a warble.
+// added to the dry signal at 0.8; deeper is a doubled echo, faster a warble. No feedback unless
+// set.
 constexpr SweepRecipe kChorusRecipe{.baseDelay = 1002.0f,
                                     .feedsBack = false,
                                     .writesBeforeReading = false,
                                     .keepsDry = true,
                                     .oscillatorPerChannel = true,
                                     .wetGain = 0.8f,
-                                    .feedback = 0.0f};
-constexpr auto kChorusSlots = sweptSlots({.switchText = "Enable or disable the chorus effect.",
-                                          .defaultWidth = 0.025f,
-                                          .widestWidth = 0.05f,
-                                          .defaultFrequency = 0.2f,
-                                          .lowestFrequency = 0.01f,
-                                          .highestFrequency = 5.0f});
+                                    .offersFeedback = true};
+constexpr auto kChorusSlots =
+    appended(sweptSlots({.switchText = "Enable or disable the chorus effect.",
+                         .defaultWidth = 0.025f,
+                         .widestWidth = 0.05f,
+                         .defaultFrequency = 0.2f,
+                         .lowestFrequency = 0.01f,
+                         .highestFrequency = 5.0f,
+                         .defaultStereoPhase = 90.0f}),
+             feedbackSlot(0.0f));
 static_assert(longestDelayFitsTheLine(kChorusRecipe, 0.05f));
 
 }  // namespace

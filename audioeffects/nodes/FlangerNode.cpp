@@ -10,21 +10,24 @@ namespace ostrana::extensions::audioeffects {
 
 namespace {
 
-// A 2-sample delay swinging by up to 10 ms (the comb filter's usual span) at 0.01 to 5 Hz, 0.6
-// of the delayed signal fed back into the line, added to the dry signal at 0.8.
+// A 2-sample delay swinging by up to 10 ms (the comb filter's usual span) at 0.01 to 5 Hz, part
+// of the delayed signal (0.6 unless set) fed back into the line, added to the dry signal at 0.8.
 constexpr SweepRecipe kFlangerRecipe{.baseDelay = 2.0f,
                                      .feedsBack = true,
                                      .writesBeforeReading = false,
                                      .keepsDry = true,
                                      .oscillatorPerChannel = true,
                                      .wetGain = 0.8f,
-                                     .feedback = 0.6f};
-constexpr auto kFlangerSlots = sweptSlots({.switchText = "Enable or disable the flanger effect.",
-                                           .defaultWidth = 0.005f,
-                                           .widestWidth = 0.01f,
-                                           .defaultFrequency = 0.4f,
-                                           .lowestFrequency = 0.01f,
-                                           .highestFrequency = 5.0f});
+                                     .offersFeedback = true};
+constexpr auto kFlangerSlots =
+    appended(sweptSlots({.switchText = "Enable or disable the flanger effect.",
+                         .defaultWidth = 0.005f,
+                         .widestWidth = 0.01f,
+                         .defaultFrequency = 0.4f,
+                         .lowestFrequency = 0.01f,
+                         .highestFrequency = 5.0f,
+                         .defaultStereoPhase = 90.0f}),
+             feedbackSlot(0.6f));
 static_assert(longestDelayFitsTheLine(kFlangerRecipe, 0.01f));
 
 }  // namespace

@@ -57,6 +57,16 @@ struct ParameterSlot {
     }
 };
 
+// slots with one more at the end: a table that extends another.
+template <typename Values, std::size_t N>
+constexpr std::array<ParameterSlot<Values>, N + 1> appended(
+    const std::array<ParameterSlot<Values>, N>& slots, const ParameterSlot<Values>& last) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+        return std::array<ParameterSlot<Values>, N + 1>{slots[I]..., last};
+    }
+    (std::make_index_sequence<N>{});
+}
+
 // Every atomic of values set to its parameter's default: how a new node starts.
 template <typename Values, typename Slots>
 void startFromDefaults(Values& values, const Slots& slots) {

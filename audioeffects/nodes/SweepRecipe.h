@@ -20,8 +20,21 @@ struct SweepRecipe {
     bool oscillatorPerChannel;  // one oscillator per channel stepped per sample, else one
                                 // shared oscillator stepped once per frame
     float wetGain;              // gain of the wet signal when the dry signal is kept
-    float feedback;             // share of the wet signal written back when feeding back
+    bool offersFeedback;        // feedsBack is chosen block by block from the feedback
+                                // parameter: on wherever it is not 0
 };
+
+// The recipe as rendered with feedback on or off.
+constexpr SweepRecipe feedingBack(SweepRecipe recipe, bool feeds) {
+    recipe.feedsBack = feeds;
+    return recipe;
+}
+
+// The recipe as rendered with an oscillator for each channel.
+constexpr SweepRecipe oscillatorForEachChannel(SweepRecipe recipe) {
+    recipe.oscillatorPerChannel = true;
+    return recipe;
+}
 
 // Whether an effect's longest delay, baseDelay plus the widest swing (in seconds) at the highest
 // rate, and the neighbour its interpolation reads, stay inside the 48000-sample line: each

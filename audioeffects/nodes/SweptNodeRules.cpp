@@ -19,8 +19,10 @@ audio::LFO SweptNodeRules::makeOscillator(float frequency, float phaseOffset) {
     return oscillator;
 }
 
-float SweptNodeRules::phaseOffsetOf(unsigned int channel) {
-    return static_cast<float>(static_cast<double>(channel) * 1.5707963267948966);
+float SweptNodeRules::phaseOffsetOf(unsigned int channel, float degrees) {
+    constexpr double kPi = 3.141592653589793;
+    const double perChannel = static_cast<double>(degrees) / 180.0 * kPi;
+    return static_cast<float>(static_cast<double>(channel) * perChannel);
 }
 
 bool SweptNodeRules::acceptsBusFormat(AudioBusFormat& inputBusFormat,

@@ -22,8 +22,9 @@ struct SweptNodeRules {
     static std::vector<audio::CircularBuffer> makeLines(unsigned int numberOfChannels);
     // An oscillator of the given frequency and phase offset, swinging from 0 to 1.
     static audio::LFO makeOscillator(float frequency, float phaseOffset);
-    // Phase offset of channel i's oscillator: a quarter cycle per channel.
-    static float phaseOffsetOf(unsigned int channel);
+    // Phase offset of channel i's oscillator, in radians: degrees per channel (90, a quarter
+    // cycle, gives pi/2 exactly), formed in double.
+    static float phaseOffsetOf(unsigned int channel, float degrees);
 };
 
 }  // namespace ostrana::extensions::audioeffects

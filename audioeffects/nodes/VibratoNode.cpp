@@ -19,13 +19,14 @@ constexpr SweepRecipe kVibratoRecipe{.baseDelay = 1.0f,
                                      .keepsDry = false,
                                      .oscillatorPerChannel = false,
                                      .wetGain = 0.0f,
-                                     .feedback = 0.0f};
+                                     .offersFeedback = false};
 constexpr auto kVibratoSlots = sweptSlots({.switchText = "Enable or disable the vibrato effect.",
                                            .defaultWidth = 0.01f,
                                            .widestWidth = 0.02f,
                                            .defaultFrequency = 4.0f,
                                            .lowestFrequency = 0.1f,
-                                           .highestFrequency = 14.0f});
+                                           .highestFrequency = 14.0f,
+                                           .defaultStereoPhase = 0.0f});
 static_assert(longestDelayFitsTheLine(kVibratoRecipe, 0.02f));
 
 }  // namespace

@@ -33,7 +33,9 @@ float rampedDelay(unsigned int block) {
 std::vector<ExpectedPlugin> glidingPlugins() {
     std::vector<ExpectedPlugin> plugins;
     for (const ExpectedPlugin& plugin : expectedPlugins()) {
-        if (plugin.entry->findParameter("glide") != nullptr) plugins.push_back(plugin);
+        const bool glidesItsDelayTime = plugin.entry->findParameter("glide") != nullptr &&
+                                        plugin.entry->findParameter("delayMs") != nullptr;
+        if (glidesItsDelayTime) plugins.push_back(plugin);
     }
     return plugins;
 }

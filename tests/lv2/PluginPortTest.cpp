@@ -35,6 +35,8 @@ std::string unitUri(ParameterUnit unit) {
             return std::string(kUnits) + "hz";
         case ParameterUnit::Decibels:
             return std::string(kUnits) + "db";
+        case ParameterUnit::Degrees:
+            return std::string(kUnits) + "degree";
         case ParameterUnit::None:
             break;
     }

@@ -121,6 +121,10 @@ TEST_P(Lv2Info, ShowsEveryPortWithItsRangeAndUnit) {
         // lv2info prints no unit; its Turtle description of the plug-in (-p) carries it.
         std::string unit(unitSymbol(portUnitOf(parameter).unit));
         for (char& c : unit) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        // LV2's units vocabulary spells degrees out.
+        if (portUnitOf(parameter).unit == extensions::audioeffects::ParameterUnit::Degrees) {
+            unit = "degree";
+        }
         const std::string port = portDescription(turtle, parameter.name);
         ASSERT_FALSE(port.empty()) << turtle;
         const std::string unitStatement =

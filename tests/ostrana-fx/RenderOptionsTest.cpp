@@ -76,6 +76,43 @@ TEST(FxParamsTest, JsonGivesEveryParameterAsTheCatalogueHasIt) {
     }
 }
 
+// The line of `params` output that names the parameter, or "".
+std::string lineOf(const std::string& out, const std::string& parameter) {
+    std::size_t start = 0;
+    while (start < out.size()) {
+        const std::size_t end = std::min(out.find('\n', start), out.size());
+        const std::string line = out.substr(start, end - start);
+        const std::size_t first = line.find_first_not_of(' ');
+        if (first != std::string::npos &&
+            line.compare(first, parameter.size() + 1, parameter + " ") == 0) {
+            return line;
+        }
+        start = end + 1;
+    }
+    return "";
+}
+
+TEST(FxParamsTest, FlangerListsItsLevelMixFeedbackStereoPhaseAndGlide) {
+    const FxRun run = FxProcess::run({"params", "flanger"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    const struct {
+        const char* name;
+        const char* range;
+        const char* byDefault;
+    } expected[] = {{"level", "-60 to 12 dB", "0"},
+                    {"mix", "0 to 1", "1"},
+                    {"stereoPhase", "0 to 180 deg", "90"},
+                    {"feedback", "-0.95 to 0.95", "0.6"},
+                    {"glide", "0 to 500 ms", "0"}};
+    for (const auto& parameter : expected) {
+        const std::string line = lineOf(run.out, parameter.name);
+        EXPECT_NE(line.find(parameter.range), std::string::npos) << parameter.name << ":\n"
+                                                                 << run.out;
+        EXPECT_NE(line.find(std::string(" ") + parameter.byDefault + " "), std::string::npos)
+            << line;
+    }
+}
+
 TEST(FxParamsTest, NodeTypesAreFoundByShortNameInAnyCase) {
     const FxRun run = FxProcess::run({"params", "PING-PONG-delay"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;

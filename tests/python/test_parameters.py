@@ -5,12 +5,13 @@ import copy
 import inspect
 import json
 import math
+import pydoc
 
 import numpy as np
 import pytest
 
 import ostrana
-from conftest import catalogue_classes
+from conftest import assert_bit_identical, catalogue_classes, signal
 
 # The classes the package has today; any further catalogue entry gets its class too.
 TODAYS_CLASSES = {"Delay", "PingPongDelay", "Vibrato", "Flanger", "Chorus"}
@@ -149,7 +150,8 @@ def test_repr_shows_every_value():
         "Delay(enabled=True, delay_ms=350, dry_mix=0.7, wet_mix=0.3, feedback_level=0.2, "
         "level=0.0, glide=0.0)")
     assert repr(ostrana.Chain([ostrana.Vibrato(frequency=4, sweep_width=0.003)])) == (
-        "Chain([Vibrato(enabled=True, sweep_width=0.003, frequency=4.0)])")
+        "Chain([Vibrato(enabled=True, sweep_width=0.003, frequency=4.0, level=0.0, mix=1.0, "
+        "stereo_phase=0.0, glide=0.0)])")
 
 
 @pytest.mark.parametrize("cls", catalogue_classes(), ids=lambda cls: cls.__name__)
@@ -184,3 +186,23 @@ def test_create_by_type_name():
     chorus = ostrana.create("AudioEffects.Chorus", frequency=0.5)
     assert type(chorus) is ostrana.Chorus and chorus.frequency == 0.5
     assert set(e["type_name"] for e in ostrana.node_types()) <= set(ostrana.type_names())
+
+
+def test_help_shows_the_swept_effects_level_mix_feedback_stereo_phase_and_glide():
+    shown = pydoc.render_doc(ostrana.Flanger, renderer=pydoc.plaintext)
+    for keyword, range_text in (("level", "-60 to 12 dB"), ("mix", "0 to 1"),
+                                ("stereo_phase", "0 to 180 deg"),
+                                ("feedback", "-0.95 to 0.95"), ("glide", "0 to 500 ms")):
+        assert keyword in shown and range_text in shown, keyword
+    flanger = ostrana.Flanger()
+    assert (flanger.level, flanger.mix, flanger.stereo_phase, flanger.feedback) == (
+        0.0, 1.0, 90.0, 0.6)
+    assert ostrana.Chorus().feedback == 0.0
+    assert ostrana.Vibrato().stereo_phase == 0.0
+    assert not hasattr(ostrana.Vibrato(), "feedback")
+
+
+def test_swept_effects_at_mix_0_give_the_dry_input_exactly():
+    audio = signal(2, 20000, seed=3)
+    for cls in (ostrana.Chorus, ostrana.Flanger, ostrana.Vibrato):
+        assert_bit_identical(cls(mix=0)(audio, 48000, block_size=300), audio)

@@ -37,7 +37,9 @@ ParameterValue otherValueInRange(const NodeParameter& parameter) {
         case ParameterKind::RealNumber:
             break;
     }
-    return std::get<float>(parameter.maximum);
+    // The top of the range, or its bottom where the default is the top (a mix of 1).
+    const float highest = std::get<float>(parameter.maximum);
+    return highest != parameter.defaultAs<float>() ? highest : std::get<float>(parameter.minimum);
 }
 
 TEST(EffectCatalogue, ListsTheNodeTypesInTheFactorysOrderWithShortNames) {

@@ -17,15 +17,7 @@ using namespace ostrana::modulationtest;
 
 namespace {
 
-constexpr ReferenceEffect kChorus{.baseDelay = 1002.0f,
-                                  .sweepWidth = 0.025f,
-                                  .frequency = 0.2f,
-                                  .oscillatorPerChannel = true,
-                                  .writesBeforeReading = false,
-                                  .feedsBack = false,
-                                  .keepsDry = true,
-                                  .wetGain = 0.8f,
-                                  .feedback = 0.0f};
+constexpr const ReferenceEffect& kChorus = kChorusEffect;
 
 }  // namespace
 

@@ -13,15 +13,7 @@ using namespace ostrana::modulationtest;
 
 namespace {
 
-constexpr ReferenceEffect kFlanger{.baseDelay = 2.0f,
-                                   .sweepWidth = 0.005f,
-                                   .frequency = 0.4f,
-                                   .oscillatorPerChannel = true,
-                                   .writesBeforeReading = false,
-                                   .feedsBack = true,
-                                   .keepsDry = true,
-                                   .wetGain = 0.8f,
-                                   .feedback = 0.6f};
+constexpr const ReferenceEffect& kFlanger = kFlangerEffect;
 
 // The echo train of a unit impulse through a line of the given fixed delay: frame 0 holds the
 // impulse, frame k * delay (k >= 1) holds 0.8 * 0.6^(k-1), each power formed as the node forms

@@ -238,14 +238,44 @@ struct ReferenceEffect {
     float baseDelay;            // samples of delay that the sweep does not move
     float sweepWidth;           // starting sweep width in seconds
     float frequency;            // starting oscillator frequency in Hz
-    bool oscillatorPerChannel;  // one oscillator per channel, a quarter cycle apart, stepped per
+    bool oscillatorPerChannel;  // one oscillator per channel, phasePerChannel apart, stepped per
                                 // sample; else one for all channels, stepped per frame
     bool writesBeforeReading;   // the input goes into the line before the read, else after it
     bool feedsBack;             // the line receives feedback * wet + x, else x
     bool keepsDry;              // the output is wet * wetGain + x, else wet alone
     float wetGain;
     float feedback;
+    double phasePerChannel = 1.5707963267948966;  // radians between channels' oscillators
 };
+
+// Each effect as the plain rendering takes it, at its defaults.
+inline constexpr ReferenceEffect kChorusEffect{.baseDelay = 1002.0f,
+                                               .sweepWidth = 0.025f,
+                                               .frequency = 0.2f,
+                                               .oscillatorPerChannel = true,
+                                               .writesBeforeReading = false,
+                                               .feedsBack = false,
+                                               .keepsDry = true,
+                                               .wetGain = 0.8f,
+                                               .feedback = 0.0f};
+inline constexpr ReferenceEffect kFlangerEffect{.baseDelay = 2.0f,
+                                                .sweepWidth = 0.005f,
+                                                .frequency = 0.4f,
+                                                .oscillatorPerChannel = true,
+                                                .writesBeforeReading = false,
+                                                .feedsBack = true,
+                                                .keepsDry = true,
+                                                .wetGain = 0.8f,
+                                                .feedback = 0.6f};
+inline constexpr ReferenceEffect kVibratoEffect{.baseDelay = 1.0f,
+                                                .sweepWidth = 0.01f,
+                                                .frequency = 4.0f,
+                                                .oscillatorPerChannel = false,
+                                                .writesBeforeReading = true,
+                                                .feedsBack = false,
+                                                .keepsDry = false,
+                                                .wetGain = 0.0f,
+                                                .feedback = 0.0f};
 
 // The swept delay line of one effect written out plainly, step by step, sharing nothing with the
 // node: its own rings, its own oscillators, and sinf and fmodf called directly. Driven by
@@ -261,7 +291,7 @@ class ReferenceModulation {
         for (unsigned int i = 0; i < oscillators; ++i) {
             PlainOscillator oscillator;
             oscillator.frequency = effect.frequency;
-            oscillator.phaseOffset = static_cast<float>(i * 1.5707963267948966);
+            oscillator.phaseOffset = static_cast<float>(i * effect.phasePerChannel);
             oscillators_.push_back(oscillator);
         }
     }

@@ -13,15 +13,7 @@ using namespace ostrana::modulationtest;
 
 namespace {
 
-constexpr ReferenceEffect kVibrato{.baseDelay = 1.0f,
-                                   .sweepWidth = 0.01f,
-                                   .frequency = 4.0f,
-                                   .oscillatorPerChannel = false,
-                                   .writesBeforeReading = true,
-                                   .feedsBack = false,
-                                   .keepsDry = false,
-                                   .wetGain = 0.0f,
-                                   .feedback = 0.0f};
+constexpr const ReferenceEffect& kVibrato = kVibratoEffect;
 
 }  // namespace
 

@@ -19,7 +19,7 @@ enum class ParameterKind {
 };
 
 // The unit a parameter's value is counted in.
-enum class ParameterUnit { None, Milliseconds, Seconds, Hertz, Decibels };
+enum class ParameterUnit { None, Milliseconds, Seconds, Hertz, Decibels, Degrees };
 
 // A parameter's value, of its kind: bool for a switch, unsigned int for a whole number, float
 // for a real number.
@@ -78,6 +78,7 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT ParameterDefinition {
     constexpr ParameterDefinition inSeconds() const { return in(ParameterUnit::Seconds); }
     constexpr ParameterDefinition inHertz() const { return in(ParameterUnit::Hertz); }
     constexpr ParameterDefinition inDecibels() const { return in(ParameterUnit::Decibels); }
+    constexpr ParameterDefinition inDegrees() const { return in(ParameterUnit::Degrees); }
     constexpr ParameterDefinition describedAs(std::string_view text) const {
         ParameterDefinition next = *this;
         next.description = text;
@@ -118,9 +119,9 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT ParameterDefinition {
 
 // "switch", "whole number" or "real number".
 OSTRANA_AUDIOEFFECTS_EXPORT std::string_view kindName(ParameterKind kind);
-// "ms", "s", "Hz", "dB", or "" for no unit.
+// "ms", "s", "Hz", "dB", "deg", or "" for no unit.
 OSTRANA_AUDIOEFFECTS_EXPORT std::string_view unitSymbol(ParameterUnit unit);
-// "milliseconds", "seconds", "hertz", "decibels" or "none".
+// "milliseconds", "seconds", "hertz", "decibels", "degrees" or "none".
 OSTRANA_AUDIOEFFECTS_EXPORT std::string_view unitName(ParameterUnit unit);
 // A value as people write it: "on"/"off", "200", "0.7" (the shortest decimal that reads back as
 // the same float).

@@ -18,6 +18,19 @@ class SweptEffectProcessor;
 // defaults are in its catalogue entry (EffectCatalogue::find("chorus") ...). Setters may run on
 // any thread while the node processes (one atomic exchange each); they store any value as
 // given.
+//
+// Beside the accessors below, the catalogue entry reads and writes these, each taken at the
+// start of a block, their defaults giving the effects' sound unchanged:
+//   - level: gain of the output, -60 to 12 dB, default 0 dB (no gain applied).
+//   - mix: 0 gives the dry input exactly, 1 the effect alone, between a crossfade of the two;
+//     default 1.
+//   - stereoPhase: how far the second channel's sweep runs ahead of the first's, 0 to 180
+//     degrees. Chorus and flanger default to 90 (a quarter cycle, each channel its own
+//     oscillator); the vibrato to 0 (one oscillator for both channels; any other value gives
+//     the second channel an oscillator of its own).
+//   - feedback (chorus and flanger): share of the delayed signal written back into the line,
+//     -0.95 to 0.95, negative values inverting it. The flanger defaults to 0.6, the chorus to
+//     0 (its line then takes the input alone).
 class OSTRANA_AUDIOEFFECTS_EXPORT SweptEffectNode : public SingleBusAudioProcessorNode {
   public:
     ~SweptEffectNode() override;
