@@ -387,7 +387,7 @@ bool DelayNode::process(AudioBus& inBus, AudioBus& outBus) {
         state.glide.remaining > 0 ? glideLines(state, inBus, outBus, channels, frames) : 0;
     if (glided < frames) processLines(state, inBus, outBus, channels, glided, frames - glided);
     const float gain = state.outputGain.forLevel(state.levelDb.load(std::memory_order_relaxed));
-    applyOutputGain(outBus, channels, frames, gain);
+    applyOutputGain(outBus.buffer, channels, frames, gain);
     return true;
 }
 

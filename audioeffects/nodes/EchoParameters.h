@@ -11,6 +11,7 @@
 #include <ostrana/audioeffects/ParameterDefinition.h>
 
 #include "nodes/DelayLineLength.h"
+#include "nodes/OutputLevel.h"
 #include "nodes/ParameterTable.h"
 
 namespace ostrana::extensions::audioeffects {
@@ -39,8 +40,6 @@ struct EchoParameters {
 // The controls both delays have beyond the echo's five: a level on the output and a glide of
 // the delay time. They are catalogue parameters only, never host properties of the ping-pong
 // delay, whose properties stay the echo's five.
-inline constexpr float kLowestLevelDb = -60.0f;
-inline constexpr float kHighestLevelDb = 12.0f;
 inline constexpr float kLongestGlideMs = 500.0f;
 
 struct EchoControls : EchoParameters {
@@ -88,13 +87,7 @@ template <typename Values>
 constexpr std::array<ParameterSlot<Values>, 2> echoControlSlots() {
     using P = ParameterDefinition;
     return {{
-        {P::realNumber("level")
-             .from(kLowestLevelDb)
-             .to(kHighestLevelDb)
-             .startingAt(0.0f)
-             .inDecibels()
-             .describedAs("The output level in decibels. 0 leaves the output as it is."),
-         &EchoControls::levelDb},
+        {kOutputLevel, &EchoControls::levelDb},
         {P::realNumber("glide")
              .from(0.0f)
              .to(kLongestGlideMs)
@@ -104,53 +97,6 @@ constexpr std::array<ParameterSlot<Values>, 2> echoControlSlots() {
                           "time. 0 jumps at once."),
          &EchoControls::glideMs},
     }};
-}
-
-// The slots of first followed by those of second.
-template <typename Values, std::size_t N, std::size_t M>
-constexpr std::array<ParameterSlot<Values>, N + M> joinedSlots(
-    const std::array<ParameterSlot<Values>, N>& first,
-    const std::array<ParameterSlot<Values>, M>& second) {
-    return [&]<std::size_t... I>(std::index_sequence<I...>) {
-        return std::array<ParameterSlot<Values>, N + M>{
-            {(I < N ? first[I < N ? I : 0] : second[I < N ? 0 : I - N])...}};
-    }
-    (std::make_index_sequence<N + M>{});
-}
-
-// The gain of an output level in decibels: 10^(dB / 20) worked out in double and rounded once
-// to float, with the level held to its range (-60 to +12 dB; not a number counts as 0 dB) so
-// that no setting can make the gain infinite. 0 dB gives exactly 1.
-inline float gainOfLevel(float levelDb) {
-    const float held =
-        std::isnan(levelDb) ? 0.0f : std::clamp(levelDb, kLowestLevelDb, kHighestLevelDb);
-    return static_cast<float>(std::pow(10.0, static_cast<double>(held) / 20.0));
-}
-
-// The output level's gain as the audio thread keeps it: worked out again only when the level
-// changed since the last block.
-struct OutputGain {
-    float levelDb = 0.0f;
-    float gain = 1.0f;
-
-    float forLevel(float newLevelDb) {
-        if (newLevelDb != levelDb || std::isnan(newLevelDb)) {
-            levelDb = newLevelDb;
-            gain = gainOfLevel(newLevelDb);
-        }
-        return gain;
-    }
-};
-
-// Multiplies frames samples of each output by gain: one float multiply a sample. At a gain of
-// exactly 1 nothing is touched, so a 0 dB level adds no arithmetic.
-template <typename Bus>
-void applyOutputGain(Bus& outBus, unsigned int channels, unsigned int frames, float gain) {
-    if (gain == 1.0f) return;
-    for (unsigned int channel = 0; channel < channels; ++channel) {
-        float* output = outBus.buffer.getChannel(channel);
-        for (unsigned int frame = 0; frame < frames; ++frame) output[frame] *= gain;
-    }
 }
 
 // A glide time in milliseconds held to its range (not a number counts as no glide).

@@ -57,14 +57,23 @@ struct ParameterSlot {
     }
 };
 
+// The slots of first followed by those of second.
+template <typename Values, std::size_t N, std::size_t M>
+constexpr std::array<ParameterSlot<Values>, N + M> joinedSlots(
+    const std::array<ParameterSlot<Values>, N>& first,
+    const std::array<ParameterSlot<Values>, M>& second) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+        return std::array<ParameterSlot<Values>, N + M>{
+            {(I < N ? first[I < N ? I : 0] : second[I < N ? 0 : I - N])...}};
+    }
+    (std::make_index_sequence<N + M>{});
+}
+
 // slots with one more at the end: a table that extends another.
 template <typename Values, std::size_t N>
 constexpr std::array<ParameterSlot<Values>, N + 1> appended(
     const std::array<ParameterSlot<Values>, N>& slots, const ParameterSlot<Values>& last) {
-    return [&]<std::size_t... I>(std::index_sequence<I...>) {
-        return std::array<ParameterSlot<Values>, N + 1>{slots[I]..., last};
-    }
-    (std::make_index_sequence<N>{});
+    return joinedSlots(slots, std::array<ParameterSlot<Values>, 1>{{last}});
 }
 
 // Every atomic of values set to its parameter's default: how a new node starts.

@@ -563,7 +563,7 @@ bool PingPongDelayNode::process(AudioBus& inBus, AudioBus& outBus) {
     processFrames(state, inBus, outBus, frames, gains,
                   state.bounce.load(std::memory_order_relaxed));
     const float gain = state.outputGain.forLevel(state.levelDb.load(std::memory_order_relaxed));
-    applyOutputGain(outBus, channels, frames, gain);
+    applyOutputGain(outBus.buffer, channels, frames, gain);
     return true;
 }
 

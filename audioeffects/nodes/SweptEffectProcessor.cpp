@@ -170,16 +170,4 @@ void SweptEffectProcessor::crossfade(ChunkViews& views, float wetShare) {
     }
 }
 
-void SweptEffectProcessor::applyLevel(AudioBuffer<float>& output, unsigned int channels,
-                                      unsigned int frames, float decibels) {
-    if (differs(decibels, appliedLevel_)) {
-        appliedLevel_ = decibels;
-        gain_ = static_cast<float>(std::pow(10.0, static_cast<double>(decibels) / 20.0));
-    }
-    for (unsigned int c = 0; c < channels; ++c) {
-        float* out = output.getChannel(c);
-        for (unsigned int i = 0; i < frames; ++i) out[i] *= gain_;
-    }
-}
-
 }  // namespace ostrana::extensions::audioeffects

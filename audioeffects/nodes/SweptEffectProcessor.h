@@ -10,6 +10,7 @@
 #include <ostrana/sdk/AudioBuffer.h>
 #include <ostrana/sdk/AudioBus.h>
 
+#include "nodes/OutputLevel.h"
 #include "nodes/SweepRecipe.h"
 #include "nodes/SweptDelayRenderer.h"
 #include "nodes/SweptNodeRules.h"
@@ -80,8 +81,8 @@ class SweptEffectProcessor : public SweptParameters {
                 if (wetShare != 1.0f) crossfade(views, wetShare);
             }
         }
-        const float decibels = level.load(std::memory_order_relaxed);
-        if (decibels != 0.0f) applyLevel(output, channels, frames, decibels);
+        applyOutputGain(output, channels, frames,
+                        outputGain_.forLevel(level.load(std::memory_order_relaxed)));
     }
 
     unsigned int numberOfChannels_;
@@ -118,9 +119,6 @@ class SweptEffectProcessor : public SweptParameters {
                  unsigned int start, unsigned int count);
     // The chunk's output crossfaded from its dry input: the dry input itself at 0.
     static void crossfade(ChunkViews& views, float wetShare);
-    // Multiplies the block by the gain of decibels.
-    void applyLevel(AudioBuffer<float>& output, unsigned int channels, unsigned int frames,
-                    float decibels);
     // The atomic the block's render loads the sweep width from: the parameter itself while
     // glide is 0; else the gliding width, set moving (widthMoving_) toward the parameter over
     // the glide time when the parameter has changed.
@@ -144,8 +142,7 @@ class SweptEffectProcessor : public SweptParameters {
     bool widthMoving_ = false;               // the block's width glides
     float widthTarget_ = 0.0f;
     float widthPerFrame_ = 0.0f;
-    float appliedLevel_ = 0.0f;  // the level gain_ was made from
-    float gain_ = 1.0f;
+    OutputGain outputGain_;
 };
 
 // The processor of one recipe: its block rendered with the recipe's constants compiled in.

@@ -6,6 +6,7 @@
 
 #include <ostrana/audioeffects/ParameterDefinition.h>
 
+#include "nodes/OutputLevel.h"
 #include "nodes/ParameterTable.h"
 
 namespace ostrana::extensions::audioeffects {
@@ -63,9 +64,7 @@ constexpr std::array<SweptSlot, 7> sweptSlots(const SweptRanges& ranges) {
              .inHertz()
              .describedAs("How often the delay swings, in hertz."),
          &SweptParameters::frequency},
-        {P::realNumber("level").from(-60.0f).to(12.0f).startingAt(0.0f).inDecibels().describedAs(
-             "Gain of the output, in decibels."),
-         &SweptParameters::level},
+        {kOutputLevel, &SweptParameters::level},
         {P::realNumber("mix").from(0.0f).to(1.0f).startingAt(1.0f).describedAs(
              "The dry input at 0, the whole effect at 1, a crossfade between."),
          &SweptParameters::mix},
