@@ -22,10 +22,15 @@ constexpr PresetSetting kLeftRight[] = {{"delayMs", 250u},
                                         {"bounce", true}};
 constexpr PresetSetting kGentleVibrato[] = {{"sweepWidth", 0.002f}, {"frequency", 5.0f}};
 constexpr PresetSetting kDeepVibrato[] = {{"sweepWidth", 0.008f}, {"frequency", 6.5f}};
-constexpr PresetSetting kJet[] = {{"sweepWidth", 0.008f}, {"frequency", 0.1f}};
-constexpr PresetSetting kQuickFlange[] = {{"sweepWidth", 0.002f}, {"frequency", 1.5f}};
+// The flanger's comb adds about 5 to 6 dB on broadband material: its presets take it back off.
+constexpr PresetSetting kJet[] = {{"sweepWidth", 0.008f}, {"frequency", 0.1f}, {"level", -5.0f}};
+constexpr PresetSetting kQuickFlange[] = {
+    {"sweepWidth", 0.002f}, {"frequency", 1.5f}, {"level", -6.5f}};
+constexpr PresetSetting kUnityFlanger[] = {{"level", -5.8f}};
 constexpr PresetSetting kSubtleChorus[] = {{"sweepWidth", 0.006f}, {"frequency", 0.3f}};
 constexpr PresetSetting kDeepChorus[] = {{"sweepWidth", 0.04f}, {"frequency", 0.8f}};
+constexpr PresetSetting kSubtleBlend[] = {
+    {"sweepWidth", 0.006f}, {"frequency", 0.3f}, {"mix", 0.5f}};
 
 constexpr Preset kFactoryPresets[] = {
     {"delay", "slapback", "Slapback", kSlapback},
@@ -37,8 +42,10 @@ constexpr Preset kFactoryPresets[] = {
     {"vibrato", "deep", "Deep vibrato", kDeepVibrato},
     {"flanger", "jet", "Jet flanger", kJet},
     {"flanger", "quick", "Quick flanger", kQuickFlange},
+    {"flanger", "unity", "Flanger at unity level", kUnityFlanger},
     {"chorus", "subtle", "Subtle chorus", kSubtleChorus},
     {"chorus", "deep", "Deep chorus", kDeepChorus},
+    {"chorus", "subtle-blend", "Subtle chorus, half mix", kSubtleBlend},
 };
 
 }  // namespace
