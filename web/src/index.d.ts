@@ -8,9 +8,9 @@ export interface ParameterDefinition {
   defaultValue: number;
   minValue: number;
   maxValue: number;
-  /** "ms", "s", "Hz" or "" */
+  /** "ms", "s", "Hz", "dB", "deg" or "" */
   unit: string;
-  /** "milliseconds", "seconds", "hertz" or "none" */
+  /** "milliseconds", "seconds", "hertz", "decibels", "degrees" or "none" */
   unitName: string;
   description: string;
 }
