@@ -80,11 +80,14 @@ export async function refusals(t) {
       set: attempt(() => node.set({ feedbackLevel: 1.5 })),
       settings: node.toJSON(),
       stats: stats.length,
+      chorusNames: OstranaEffects.catalogue.nodeTypes
+        .find((type) => type.shortName === "chorus")
+        .parameters.map((parameter) => parameter.name),
     };
   });
   check(
     /load\(context\)/.test(refusals.early) && /delayMs = 5000 is outside 1 to 1000 ms/.test(refusals.range) &&
-      /no parameter 'depth' \(enabled, sweepWidth, frequency\)/.test(refusals.name) &&
+      refusals.name.endsWith(`no parameter 'depth' (${refusals.chorusNames.join(", ")})`) &&
       /unknown effect 'reverb'/.test(refusals.type) && /feedbackLevel = 1.5 is outside 0 to 0.99/.test(refusals.set) &&
       refusals.settings.parameters.delayMs === 350 && refusals.settings.parameters.enabled === 1 &&
       refusals.settings.parameters.dryMix === 0.7 && refusals.stats === 2,
