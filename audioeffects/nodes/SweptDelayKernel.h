@@ -12,6 +12,11 @@
 
 namespace ostrana::extensions::audioeffects {
 
+// An oscillator's look-ahead on a cache line of its own. Its steps are written 16 at a time and
+// copied out a block at a time: on a line boundary a 32-frame block's steps span two lines, not
+// three, and how the heap happens to fall can no longer make the same code slower.
+struct alignas(64) AlignedLookAhead : audio::LFOLookAhead {};
+
 // The per-sample work of a swept delay, one sample of one channel at a time: where the read
 // position falls, the interpolated read, the write and the output, in single precision and in
 // the order the effect defines. The lane forms (SweptDelayLanes) do the same steps on several
@@ -24,7 +29,7 @@ struct SweptDelayKernel {
         const AudioBuffer<float>& input;
         AudioBuffer<float>& output;
         audio::LFO* oscillators;
-        audio::LFOLookAhead* lookAheads;  // one per oscillator
+        AlignedLookAhead* lookAheads;  // one per oscillator
         audio::CircularBuffer* lines;
         const std::atomic<float>& sweepWidth;
         float wetGain;

@@ -28,7 +28,7 @@ class SweptDelayRenderer : SweptDelayKernel {
     // oscillator step.
     template <SweepRecipe kRecipe>
     static void render(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                       audio::LFO* oscillators, audio::LFOLookAhead* lookAheads,
+                       audio::LFO* oscillators, AlignedLookAhead* lookAheads,
                        audio::CircularBuffer* lines, const std::atomic<float>& sweepWidth,
                        float wetGain, float feedback) {
         const Block block{input, output,     oscillators, lookAheads,

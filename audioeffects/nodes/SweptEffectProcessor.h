@@ -81,14 +81,25 @@ class SweptEffectProcessor : public SweptParameters {
                 if (wetShare != 1.0f) crossfade(views, wetShare);
             }
         }
+        applyLevel(output, channels, frames);
+    }
+
+    // The output level applied to frames frames of the output's first channels: nothing at 0 dB.
+    void applyLevel(AudioBuffer<float>& output, unsigned int channels, unsigned int frames) {
         applyOutputGain(output, channels, frames,
                         outputGain_.forLevel(level.load(std::memory_order_relaxed)));
+    }
+
+    // Whether the sweep width is the parameter itself, untouched by any glide: glide 0 and no
+    // gliding width still in use.
+    bool widthHeldStill() const {
+        return glide.load(std::memory_order_relaxed) == 0.0f && !widthTracked_;
     }
 
     unsigned int numberOfChannels_;
     bool oscillatorPerChannel_;
     std::vector<audio::LFO> oscillators_;
-    std::vector<audio::LFOLookAhead> lookAheads_;  // one per oscillator
+    std::vector<AlignedLookAhead> lookAheads_;  // one per oscillator
     std::vector<audio::CircularBuffer> lines_;
     unsigned int lastSampleRate_ = 0;
     unsigned int lastNumberOfChannels_ = 0;
@@ -123,7 +134,7 @@ class SweptEffectProcessor : public SweptParameters {
     // glide is 0; else the gliding width, set moving (widthMoving_) toward the parameter over
     // the glide time when the parameter has changed.
     const std::atomic<float>& widthForBlock(float sampleRate) {
-        if (glide.load(std::memory_order_relaxed) == 0.0f && !widthTracked_) return sweepWidth;
+        if (widthHeldStill()) return sweepWidth;
         return glidingWidthForBlock(sampleRate);
     }
     // widthForBlock past its quick answer.
@@ -168,16 +179,14 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
             }
             return true;
         }
-        const float feedbackShare = feedback.load(std::memory_order_relaxed);
-        bool spread = false;
-        if constexpr (!kRecipe.oscillatorPerChannel) {
-            spread = spreadsOscillators(channels);
+        const float feedbackShare =
+            kRecipe.offersFeedback ? feedback.load(std::memory_order_relaxed) : 0.0f;
+        if (rendersPlainly(channels)) {
+            renderChosen(input, outBus.buffer, sweepWidth, feedbackShare, false);
+            applyLevel(outBus.buffer, channels, input.getNumberOfFrames());
+        } else {
+            renderWithControls(input, outBus.buffer, feedbackShare);
         }
-        renderFinished(input, outBus.buffer,
-                       [&](const AudioBuffer<float>& from, AudioBuffer<float>& to,
-                           const std::atomic<float>& width) {
-                           renderChosen(from, to, width, feedbackShare, spread);
-                       });
         return true;
     }
 
@@ -189,11 +198,42 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     }
 
   private:
+    // Whether the block renders as the effect always has, the one path worth keeping short: a
+    // mix of 1, a sweep width that does not glide and, where the oscillator is shared, no
+    // stereo phase to spread it by (the followers then fall out of step).
+    bool rendersPlainly(unsigned int channels) {
+        if (!widthHeldStill() || mix.load(std::memory_order_relaxed) != 1.0f) return false;
+        if constexpr (!kRecipe.oscillatorPerChannel) {
+            if (channels >= 2 && stereoPhase.load(std::memory_order_relaxed) != 0.0f) {
+                return false;
+            }
+            sharesOscillator();
+        }
+        return true;
+    }
+
+    // The block where a control beyond the sweep's own is in use: out of line, so that the
+    // plain path stays as compact as it was before the controls.
+    [[gnu::noinline]] void renderWithControls(const AudioBuffer<float>& input,
+                                              AudioBuffer<float>& output, float feedbackShare) {
+        bool spread = false;
+        if constexpr (!kRecipe.oscillatorPerChannel) {
+            spread = spreadsOscillators(input.getNumberOfChannels());
+        }
+        renderFinished(input, output,
+                       [&](const AudioBuffer<float>& from, AudioBuffer<float>& to,
+                           const std::atomic<float>& width) {
+                           renderChosen(from, to, width, feedbackShare, spread);
+                       });
+    }
+
     // The recipe's render for the block: feeding back only where the effect offers feedback and
     // it is not 0 (at 0 the line takes the input itself, as an effect without feedback does),
     // an oscillator per channel where the shared one is spread.
-    void renderChosen(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                      const std::atomic<float>& width, float feedbackShare, bool spread) {
+    [[gnu::always_inline]] void renderChosen(const AudioBuffer<float>& input,
+                                             AudioBuffer<float>& output,
+                                             const std::atomic<float>& width, float feedbackShare,
+                                             bool spread) {
         if constexpr (kRecipe.offersFeedback) {
             if (feedbackShare != 0.0f) {
                 return renderSpread<feedingBack(kRecipe, true)>(input, output, width, feedbackShare,
@@ -205,8 +245,10 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     }
 
     template <SweepRecipe kChosen>
-    void renderSpread(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                      const std::atomic<float>& width, float feedbackShare, bool spread) {
+    [[gnu::always_inline]] void renderSpread(const AudioBuffer<float>& input,
+                                             AudioBuffer<float>& output,
+                                             const std::atomic<float>& width, float feedbackShare,
+                                             bool spread) {
         if constexpr (!kChosen.oscillatorPerChannel) {
             if (spread) return renderSpreadOut<kChosen>(input, output, width, feedbackShare);
         }
@@ -222,8 +264,9 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     }
 
     template <SweepRecipe kChosen>
-    void renderAs(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                  const std::atomic<float>& width, float feedbackShare) {
+    [[gnu::always_inline]] void renderAs(const AudioBuffer<float>& input,
+                                         AudioBuffer<float>& output,
+                                         const std::atomic<float>& width, float feedbackShare) {
         SweptDelayRenderer::render<kChosen>(input, output, oscillators_.data(), lookAheads_.data(),
                                             lines_.data(), width, kChosen.wetGain, feedbackShare);
     }
