@@ -153,13 +153,13 @@ std::string NodeChain::acceptedChannelCounts(const std::string& type) const {
            (accepted.back() == 1 ? " channel" : " channels");
 }
 
-double NodeChain::quietTailSeconds() {
+double NodeChain::quietTailSeconds(unsigned int sampleRate) {
     double seconds = TailTracker::kQuietSeconds;
     for (Stage& stage : stages_) {
         const NodeTypeEntry* entry = EffectCatalogue::find(stage.type);
         if (entry == nullptr) continue;
-        seconds =
-            std::max(seconds, TailTracker::quietSecondsAfter(*entry, *stage.groups.front().node));
+        seconds = std::max(seconds, TailTracker::quietSecondsAfter(
+                                        *entry, *stage.groups.front().node, sampleRate));
     }
     return seconds;
 }

@@ -69,7 +69,7 @@ class NodeChain {
     std::string describe() const;
     // The quiet stretch that ends an automatic tail after the chain: the longest that any of
     // its effect nodes asks for with its current settings.
-    double quietTailSeconds();
+    double quietTailSeconds(unsigned int sampleRate);
 
   private:
     using ParameterWrite = std::pair<const extensions::audioeffects::NodeParameter*,

@@ -71,7 +71,7 @@ std::size_t Renderer::fillChunk(float* interleaved, std::size_t maxFrames) {
 TailTracker Renderer::makeTail() {
     if (!tail_.automatic) return TailTracker::fixed(source_.sampleRate(), tail_.seconds);
     return TailTracker::automatic(source_.sampleRate(), tail_.longestSeconds,
-                                  chain_.quietTailSeconds());
+                                  chain_.quietTailSeconds(source_.sampleRate()));
 }
 
 std::size_t Renderer::fillTail(const TailTracker& tail, float* interleaved,

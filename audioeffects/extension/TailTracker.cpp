@@ -20,6 +20,20 @@ std::uint64_t framesOf(double seconds, unsigned int sampleRate) {
     return static_cast<std::uint64_t>(std::llround(frames));
 }
 
+// kQuietSeconds, or the node's delay time or sweep width and beyond seconds more where that is
+// longer. A sweep width that is not finite sweeps nowhere: the stretch stays finite.
+double quietSecondsBeyond(const NodeTypeEntry& entry, Node& node, double beyond) {
+    double seconds = TailTracker::kQuietSeconds;
+    if (const NodeParameter* delay = entry.findParameter("delayMs")) {
+        seconds = std::max(seconds, std::get<unsigned int>(delay->read(node)) / 1000.0 + beyond);
+    }
+    if (const NodeParameter* sweep = entry.findParameter("sweepWidth")) {
+        const auto width = static_cast<double>(std::get<float>(sweep->read(node)));
+        if (std::isfinite(width)) seconds = std::max(seconds, std::max(width, 0.0) + beyond);
+    }
+    return seconds;
+}
+
 }  // namespace
 
 TailTracker::TailTracker(bool automatic, unsigned int sampleRate, double seconds,
@@ -42,14 +56,14 @@ TailTracker TailTracker::fixed(unsigned int sampleRate, double seconds) {
 }
 
 double TailTracker::quietSecondsAfter(const NodeTypeEntry& entry, Node& node) {
-    double seconds = kQuietSeconds;
-    if (const NodeParameter* delay = entry.findParameter("delayMs")) {
-        seconds = std::max(seconds, std::get<unsigned int>(delay->read(node)) / 1000.0);
-    }
-    if (const NodeParameter* sweep = entry.findParameter("sweepWidth")) {
-        seconds = std::max(seconds, static_cast<double>(std::get<float>(sweep->read(node))));
-    }
-    return seconds;
+    return quietSecondsBeyond(entry, node, 0.0);
+}
+
+double TailTracker::quietSecondsAfter(const NodeTypeEntry& entry, Node& node,
+                                      unsigned int sampleRate) {
+    if (sampleRate == 0) throw std::invalid_argument("a tail needs a sample rate of 1 Hz or more");
+    return quietSecondsBeyond(entry, node,
+                              static_cast<double>(entry.extraDelaySamples) / sampleRate);
 }
 
 std::size_t TailTracker::framesToFeed(std::size_t maxFrames) const {

@@ -44,6 +44,7 @@ NodeTypeInfo ChorusNode::getNodeTypeInfo() {
 
 // The chorus as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kChorusType =
-    monoOrStereoEntry<ChorusNode, SweptParameters, kChorusSlots>("chorus", true);
+    monoOrStereoEntry<ChorusNode, SweptParameters, kChorusSlots>("chorus", true,
+                                                                 samplesBeyondSwing(kChorusRecipe));
 
 }  // namespace ostrana::extensions::audioeffects

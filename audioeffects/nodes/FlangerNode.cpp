@@ -43,6 +43,7 @@ NodeTypeInfo FlangerNode::getNodeTypeInfo() {
 
 // The flanger as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kFlangerType =
-    monoOrStereoEntry<FlangerNode, SweptParameters, kFlangerSlots>("flanger", true);
+    monoOrStereoEntry<FlangerNode, SweptParameters, kFlangerSlots>(
+        "flanger", true, samplesBeyondSwing(kFlangerRecipe));
 
 }  // namespace ostrana::extensions::audioeffects

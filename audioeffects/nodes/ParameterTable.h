@@ -136,6 +136,7 @@ struct EffectIdentity {
     NodeTypeInfo (*describe)();
     Node* (*create)(const XVAnyMap& configuration);
     bool widensMono;
+    float extraDelaySamples = 0.0f;
 };
 
 // The catalogue entry of an effect whose nodes are of NodeClass and hold kSlots.
@@ -144,20 +145,22 @@ constexpr NodeTypeEntry catalogueEntry(const EffectIdentity& identity) {
     return NodeTypeEntry{identity.shortName,   identity.minChannels,
                          identity.maxChannels, identity.describe,
                          identity.create,      kCatalogueParameters<NodeClass, Values, kSlots>,
-                         identity.widensMono};
+                         identity.widensMono,  identity.extraDelaySamples};
 }
 
 // The entry of an effect that takes one or two channels, its nodes built for two from their
 // constructor (NodeClass(2)); the configuration is not read.
 template <typename NodeClass, typename Values, const auto& kSlots>
-constexpr NodeTypeEntry monoOrStereoEntry(std::string_view shortName, bool widensMono) {
+constexpr NodeTypeEntry monoOrStereoEntry(std::string_view shortName, bool widensMono,
+                                          float extraDelaySamples = 0.0f) {
     return catalogueEntry<NodeClass, Values, kSlots>(
         {.shortName = shortName,
          .minChannels = 1,
          .maxChannels = 2,
          .describe = &NodeClass::getNodeTypeInfo,
          .create = [](const XVAnyMap&) -> Node* { return new NodeClass(2); },
-         .widensMono = widensMono});
+         .widensMono = widensMono,
+         .extraDelaySamples = extraDelaySamples});
 }
 
 }  // namespace ostrana::extensions::audioeffects

@@ -36,6 +36,12 @@ constexpr SweepRecipe oscillatorForEachChannel(SweepRecipe recipe) {
     return recipe;
 }
 
+// Samples the line is read behind beyond the swing, at most: the base delay and the
+// interpolation's older neighbour. A tail waits out echoes that far apart (NodeTypeEntry).
+constexpr float samplesBeyondSwing(const SweepRecipe& recipe) {
+    return recipe.baseDelay + 1.0f;
+}
+
 // Whether an effect's longest delay, baseDelay plus the widest swing (in seconds) at the highest
 // rate, and the neighbour its interpolation reads, stay inside the 48000-sample line: each
 // effect checks its range with it, so that it keeps its whole range at every rate with the

@@ -38,7 +38,7 @@ class SweptEffect final : public SweptEffectNode {
 template <typename Effect>
 constexpr NodeTypeEntry sweptEffectEntry() {
     return monoOrStereoEntry<SweptEffect<Effect>, SweptParameters, Effect::kSlots>(
-        Effect::kNames.shortName, Effect::kNames.widensMono);
+        Effect::kNames.shortName, Effect::kNames.widensMono, samplesBeyondSwing(Effect::kRecipe));
 }
 
 }  // namespace ostrana::extensions::audioeffects

@@ -42,6 +42,7 @@ NodeTypeInfo VibratoNode::getNodeTypeInfo() {
 
 // The vibrato as the catalogue lists it: mono or stereo.
 extern constinit const NodeTypeEntry kVibratoType =
-    monoOrStereoEntry<VibratoNode, SweptParameters, kVibratoSlots>("vibrato", true);
+    monoOrStereoEntry<VibratoNode, SweptParameters, kVibratoSlots>(
+        "vibrato", true, samplesBeyondSwing(kVibratoRecipe));
 
 }  // namespace ostrana::extensions::audioeffects

@@ -127,7 +127,7 @@ def tail_tracker(tail, tail_max, sample_rate, nodes):
     if isinstance(tail, str):
         if tail.lower() != "auto":
             raise ValueError(f'tail must be "auto" or a number of seconds, not {tail!r}')
-        quiet = max(node.quiet_seconds for node in nodes) if nodes else 0.05
+        quiet = max(node.quiet_seconds(sample_rate) for node in nodes) if nodes else 0.05
         return _ostrana.TailTracker.automatic(sample_rate, seconds(tail_max, "tail_max"), quiet)
     if seconds(tail, "tail") == 0:
         return None

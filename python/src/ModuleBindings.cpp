@@ -70,14 +70,15 @@ PYBIND11_MODULE(_ostrana, module) {
              py::arg("allow_out_of_range") = false)
         .def("apply_preset", &EffectNode::applyPreset, py::arg("name"),
              "Applies the catalogue's preset of this name to the node.")
-        .def_property_readonly(
+        .def(
             "quiet_seconds",
-            [](EffectNode& node) {
+            [](EffectNode& node, unsigned int sampleRate) {
                 return node.entry() == nullptr
                            ? TailTracker::kQuietSeconds
-                           : TailTracker::quietSecondsAfter(*node.entry(), node.node());
+                           : TailTracker::quietSecondsAfter(*node.entry(), node.node(), sampleRate);
             },
-            "The quiet stretch that ends an automatic tail after this node.")
+            py::arg("sample_rate"),
+            "The quiet stretch that ends an automatic tail after this node at sample_rate.")
         .def("renew",
              [](EffectNode& node) {
                  if (node.busy()) {

@@ -149,6 +149,33 @@ TEST_F(FxTailTest, AnEchoesTailWaitsOutTheGapBetweenEchoes) {
     EXPECT_LT(output.frames(), kFrames + 30 * kRate);
 }
 
+TEST_F(FxTailTest, AChorusFeedingBackRingsOutThoughItsEchoesComeFurtherApartThanItsSweep) {
+    // A 50 ms sweep on the chorus's 1002-sample line: its echoes come up to 71 ms apart, so a
+    // quiet stretch of the sweep alone (50 ms) would end the tail between two of them.
+    const std::vector<std::string> chorus{"--node",          "chorus", "--set",
+                                          "sweepWidth=0.05", "--set",  "feedback=0.9"};
+    std::vector<std::string> automatic = chorus;
+    const FxRun run = render(automatic);
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    const WavFile output = WavFile::read(outputPath());
+    std::filesystem::remove(outputPath());
+    std::vector<std::string> fixed{"--tail", "10"};
+    fixed.insert(fixed.end(), chorus.begin(), chorus.end());
+    ASSERT_EQ(render(fixed).exitStatus, 0);
+    const WavFile whole = WavFile::read(outputPath());
+    ASSERT_GT(whole.frames(), output.frames());
+    // The automatic tail is the whole render up to where it ends, nothing faded ...
+    const std::vector<float> start(whole.samples.begin(),
+                                   whole.samples.begin() + output.samples.size());
+    EXPECT_EQ(firstBitDifference(output.samples, start), -1);
+    // ... it ends with the longest gap between echoes (50 ms and 1003 samples) of quiet ...
+    EXPECT_EQ(trailingQuietFrames(output), kQuietFrames + 1003);
+    // ... and nothing after it is heard: the echoes had died away below -100 dBFS.
+    EXPECT_LT(peakOf(whole, output.frames(), whole.frames()), kQuiet);
+    EXPECT_GT(output.frames(), kFrames + kRate);
+}
+
 TEST_F(FxTailTest, FixedTailsKeepTheirLengthsAndSamples) {
     ASSERT_EQ(render({"--tail", "0", "--node", "delay"}).exitStatus, 0);
     EXPECT_EQ(WavFile::read(outputPath()).frames(), kFrames);

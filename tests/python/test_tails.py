@@ -50,6 +50,23 @@ def test_auto_tail_keeps_the_echoes_and_ends_where_the_rule_says():
     assert output.shape[1] / RATE > 8
 
 
+@pytest.mark.parametrize("rate", [48000, 8000])
+def test_a_chorus_feeding_back_rings_out_though_its_echoes_come_further_apart_than_its_sweep(rate):
+    # The 50 ms sweep and the line's own 1002 samples (and a neighbour): echoes up to 71 ms
+    # apart at 48 kHz and 175 ms at 8 kHz, each gap quiet, and no end of the tail.
+    def chorus():
+        return ostrana.Chorus(sweep_width=0.05, feedback=0.9)
+    audio = signal(2, rate // 10)
+    output = chorus()(audio, rate, tail="auto")
+    padded = chorus()(np.concatenate((audio, np.zeros((2, 30 * rate), dtype=np.float32)),
+                                     axis=1), rate)
+    quiet_frames = round((float(np.float32(0.05)) + 1003 / rate) * rate)
+    end = expected_auto_length(padded, audio.shape[1], quiet_frames=quiet_frames)
+    assert_bit_identical(output, padded[:, :end])
+    assert np.abs(padded[:, end:]).max() < QUIET
+    assert output.shape[1] > audio.shape[1] + rate
+
+
 def test_a_fixed_tail_adds_exactly_its_length():
     audio = signal(1, 10000)[0]
     output = ostrana.Chorus()(audio, RATE, tail=0.25)

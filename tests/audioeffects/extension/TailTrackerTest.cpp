@@ -159,3 +159,35 @@ TEST(TailTrackerTest, QuietStretchFollowsTheLongestDelayOfANode) {
     EXPECT_EQ(TailTracker::quietSecondsAfter(*delay, *delayNode), TailTracker::kQuietSeconds);
     EXPECT_EQ(TailTracker::quietSecondsAfter(*flanger, *flangerNode), TailTracker::kQuietSeconds);
 }
+
+TEST(TailTrackerTest, QuietStretchAtARateWaitsOutTheSweptLinesOwnDelay) {
+    const NodeTypeEntry* chorus = EffectCatalogue::find("chorus");
+    const NodeTypeEntry* flanger = EffectCatalogue::find("flanger");
+    const NodeTypeEntry* delay = EffectCatalogue::find("delay");
+    ASSERT_NE(chorus, nullptr);
+    ASSERT_NE(flanger, nullptr);
+    ASSERT_NE(delay, nullptr);
+    std::unique_ptr<Node> chorusNode(chorus->create(XVAnyMap()));
+    std::unique_ptr<Node> flangerNode(flanger->create(XVAnyMap()));
+    std::unique_ptr<Node> delayNode(delay->create(XVAnyMap()));
+    // The chorus reads up to its 1002-sample base delay and one neighbour beyond its sweep.
+    chorus->findParameter("sweepWidth")->write(*chorusNode, 0.05f);
+    const double width = static_cast<double>(0.05f);
+    EXPECT_EQ(TailTracker::quietSecondsAfter(*chorus, *chorusNode, 48000), width + 1003.0 / 48000);
+    EXPECT_EQ(TailTracker::quietSecondsAfter(*chorus, *chorusNode, 8000), width + 1003.0 / 8000);
+    // At its default 25 ms sweep the chorus at 48 kHz stays under the 50 ms floor; at 8 kHz its
+    // line alone is 125 ms.
+    chorus->findParameter("sweepWidth")->write(*chorusNode, 0.025f);
+    EXPECT_EQ(TailTracker::quietSecondsAfter(*chorus, *chorusNode, 48000),
+              TailTracker::kQuietSeconds);
+    EXPECT_GT(TailTracker::quietSecondsAfter(*chorus, *chorusNode, 8000), 0.125);
+    // The flanger and the delay add a few samples or none.
+    flanger->findParameter("sweepWidth")->write(*flangerNode, 0.01f);
+    EXPECT_EQ(TailTracker::quietSecondsAfter(*flanger, *flangerNode, 48000),
+              TailTracker::kQuietSeconds);
+    EXPECT_EQ(TailTracker::quietSecondsAfter(*flanger, *flangerNode, 50),
+              static_cast<double>(0.01f) + 3.0 / 50);
+    delay->findParameter("delayMs")->write(*delayNode, 750u);
+    EXPECT_EQ(TailTracker::quietSecondsAfter(*delay, *delayNode, 48000), 0.75);
+    EXPECT_THROW(TailTracker::quietSecondsAfter(*delay, *delayNode, 0), std::invalid_argument);
+}

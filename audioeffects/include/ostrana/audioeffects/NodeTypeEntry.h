@@ -30,6 +30,10 @@ struct OSTRANA_AUDIOEFFECTS_EXPORT NodeTypeEntry {
     // image: front ends offer a mono-to-stereo form of such effects. The plain delay echoes each
     // channel alike, so it does not.
     bool widensMono = false;
+    // Samples of delay the effect reaches beyond what its delay parameters (delayMs,
+    // sweepWidth) say: the chorus reads its line up to 1003 samples further back than its
+    // sweep, the flanger 3 and the vibrato 2. Echoes can come that much further apart.
+    float extraDelaySamples = 0.0f;
 
     // The fully qualified type name, "AudioEffects.Delay", and the display name, "Delay", as
     // the descriptor gives them.

@@ -38,8 +38,14 @@ class OSTRANA_AUDIOEFFECTS_EXPORT TailTracker {
     static TailTracker fixed(unsigned int sampleRate, double seconds);
 
     // The quiet stretch that ends an automatic tail after a node of this catalogue entry with
-    // its current settings: kQuietSeconds, or the node's longest delay (its delay time, or its
-    // sweep width) where that is longer. A chain takes the largest over its nodes.
+    // its current settings at sampleRate: kQuietSeconds, or the node's longest delay where that
+    // is longer (its delay time, or its sweep width, and the entry's extraDelaySamples, which
+    // make the chorus's echoes up to 21 ms further apart at 48 kHz and 125 ms at 8 kHz). A chain
+    // takes the largest over its nodes.
+    static double quietSecondsAfter(const NodeTypeEntry& entry, Node& node,
+                                    unsigned int sampleRate);
+    // The same without the entry's extraDelaySamples, for callers that do not know the rate:
+    // too short for the chorus with feedback, whose echoes can come further apart than this.
     static double quietSecondsAfter(const NodeTypeEntry& entry, Node& node);
 
     // Frames of silence to process next: at most maxFrames, and 0 once the tail is complete.
