@@ -32,10 +32,11 @@ class Chain(_audio.Processor, collections.abc.MutableSequence):
             nodes += effect._nodes() if isinstance(effect, Chain) else [effect._node]
         return nodes
 
-    def tail_seconds(self):
-        """How long the chain rings on after its input: the sum of its effects' times (each
-        rings through the ones after it); None when an effect's time is not known."""
-        times = [effect.tail_seconds() for effect in self._effects]
+    def tail_seconds(self, sample_rate=None):
+        """How long the chain rings on after its input (at sample_rate, if given: see
+        Effect.tail_seconds): the sum of its effects' times (each rings through the ones after
+        it); None when an effect's time is not known."""
+        times = [effect.tail_seconds(sample_rate) for effect in self._effects]
         return None if None in times else float(sum(times))
 
     def reset(self):

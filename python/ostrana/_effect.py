@@ -71,16 +71,24 @@ class Effect(_audio.Processor):
     def _nodes(self):
         return [self._node]
 
-    def tail_seconds(self):
+    def tail_seconds(self, sample_rate=None):
         """How long the effect rings on after its input with the current settings, in seconds:
         until a full-scale impulse's echoes fall below -100 dBFS (inf when feedback does not
-        decay): the time of the last echo above that level. The swept effects' longest
-        delay; 0 when switched off. None for a node type
-        outside the catalogue."""
+        decay): the time of the last echo above that level. For a swept effect, its longest
+        delay times the echoes its feedback gives (counted at full level, so at most); at
+        sample_rate its line's own delay is counted too (the chorus's 1002 samples, 21 ms at
+        48 kHz), without it only the sweep. 0 when switched off. None for a node type outside
+        the catalogue."""
         if self.catalogue is None:
             return None
+        beyond = 0.0
+        if sample_rate is not None:
+            if type(sample_rate) is not int or sample_rate <= 0:
+                raise ValueError(f"sample_rate must be a whole number of hertz above 0, "
+                                 f"not {sample_rate!r}")
+            beyond = self.catalogue["extra_delay_samples"] / sample_rate
         return ring_seconds({p["name"]: self._node.get(p["name"])
-                             for p in self.catalogue["parameters"]})
+                             for p in self.catalogue["parameters"]}, beyond)
 
     @property
     def parameters(self):
@@ -204,25 +212,33 @@ class NodeEffect(Effect):
 QUIET_LEVEL = 1e-5
 
 
-def ring_seconds(values):
+def echo_seconds(delay, wet, feedback):
+    """When the last echo above -100 dBFS of a full-scale impulse comes, echoes delay seconds
+    apart, echo k (from 1) at wet * feedback^(k - 1) of the input's level (its size, for a
+    negative feedback)."""
+    feedback = abs(feedback)
+    if wet <= QUIET_LEVEL:
+        return 0.0
+    if feedback == 0:
+        return delay
+    if feedback >= 1:
+        return math.inf
+    echoes = 1 + math.floor(math.log(QUIET_LEVEL / wet) / math.log(feedback))
+    return echoes * delay
+
+
+def ring_seconds(values, beyond=0.0):
     """How long an effect with these parameter values (catalogue names) rings on after its
-    input: the echoes of an echo effect until they fall below -100 dBFS, the longest delay of a
-    swept one."""
+    input: the echoes of an echo effect until they fall below -100 dBFS; for a swept one, its
+    longest delay (the sweep and beyond seconds more) for each echo its feedback gives."""
     if not values.get("enabled", True):
         return 0.0
     if "feedbackLevel" in values and "delayMs" in values:
-        delay = values["delayMs"] / 1000.0
-        wet, feedback = values.get("wetMix", 1.0), values["feedbackLevel"]
-        if wet <= QUIET_LEVEL:
-            return 0.0
-        if feedback <= 0:
-            return delay
-        if feedback >= 1:
-            return math.inf
-        # Echo k (from 1) has wet * feedback^(k - 1) of the input's level.
-        echoes = 1 + math.floor(math.log(QUIET_LEVEL / wet) / math.log(feedback))
-        return echoes * delay
-    return float(values.get("sweepWidth", 0.0))
+        feedback = max(values["feedbackLevel"], 0.0)
+        return echo_seconds(values["delayMs"] / 1000.0 + beyond, values.get("wetMix", 1.0),
+                            feedback)
+    longest = max(float(values.get("sweepWidth", 0.0)), 0.0) + beyond
+    return echo_seconds(longest, 1.0, values.get("feedback", 0.0))
 
 
 def parameter(name, doc):

@@ -46,6 +46,7 @@ py::dict CatalogueConversion::fromEntry(const NodeTypeEntry& entry) {
     data["description"] = descriptor.description;
     data["min_channels"] = entry.minChannels;
     data["max_channels"] = entry.maxChannels;
+    data["extra_delay_samples"] = entry.extraDelaySamples;
     py::list parameters;
     for (const NodeParameter& parameter : entry.parameters) {
         parameters.append(fromParameter(parameter));

@@ -132,12 +132,38 @@ def test_tail_seconds_says_how_long_an_impulse_rings():
     # The output ends 300 ms of quiet after the last echo above -100 dBFS, at tail_seconds.
     last_echo = delay(impulse, RATE, tail="auto").shape[0] - 1 - int(0.3 * RATE)
     assert last_echo == round(delay.tail_seconds() * RATE)
-    assert ostrana.Flanger(sweep_width=0.004).tail_seconds() == pytest.approx(0.004)
+    # The flanger feeds back 0.6 of each echo: 23 echoes above -100 dBFS, at most 4 ms apart.
+    assert ostrana.Flanger(sweep_width=0.004).tail_seconds() == pytest.approx(23 * 0.004)
+    assert ostrana.Flanger(sweep_width=0.004, feedback=0).tail_seconds() == pytest.approx(0.004)
     assert ostrana.Delay(enabled=False).tail_seconds() == 0
     assert ostrana.Delay(feedback_level=0).tail_seconds() == pytest.approx(0.2)
     chain = ostrana.Chain([delay, ostrana.Chorus()])
     assert chain.tail_seconds() == pytest.approx(31 * 0.3 + 0.025)
     assert math.isinf(ostrana.Delay(feedback_level=1.5, allow_out_of_range=True).tail_seconds())
+
+
+def test_tail_seconds_of_a_swept_effect_counts_its_echoes_and_at_a_rate_its_line():
+    chorus = ostrana.Chorus(sweep_width=0.05, feedback=0.9)
+    # Echo k at 0.9^(k - 1) at most: 110 echoes above -100 dBFS, each at most the sweep apart,
+    # or at a rate the sweep and the line's own 1002 samples and a neighbour.
+    assert chorus.tail_seconds() == pytest.approx(110 * 0.05)
+    assert chorus.tail_seconds(48000) == pytest.approx(110 * (0.05 + 1003 / 48000))
+    assert ostrana.Chorus(feedback=-0.9).tail_seconds() == pytest.approx(110 * 0.025)
+    assert ostrana.Chorus().tail_seconds(8000) == pytest.approx(0.025 + 1003 / 8000)
+    assert ostrana.Vibrato().tail_seconds(48000) == pytest.approx(0.01 + 2 / 48000)
+    assert ostrana.Delay(delay_ms=300).tail_seconds(44100) == ostrana.Delay(
+        delay_ms=300).tail_seconds()
+    # The automatic tail at that rate ends within the time it gives, and its quiet stretch.
+    impulse = np.zeros((2, RATE // 10), dtype=np.float32)
+    impulse[:, 0] = 1.0
+    output = chorus(impulse, RATE, tail="auto")
+    quiet = float(np.float32(0.05)) + 1003 / RATE
+    assert output.shape[1] <= round((chorus.tail_seconds(RATE) + quiet) * RATE) + 1
+    chain = ostrana.Chain([ostrana.Delay(feedback_level=0), ostrana.Chorus()])
+    assert chain.tail_seconds(48000) == pytest.approx(0.2 + 0.025 + 1003 / 48000)
+    for wrong in (0, -48000, 44100.5, "48000"):
+        with pytest.raises(ValueError, match="sample_rate"):
+            chorus.tail_seconds(wrong)
 
 
 @pytest.mark.parametrize("tail, error", [("forever", ValueError), (-1, ValueError),
