@@ -6,11 +6,11 @@ namespace {
 
 class ProbeFactory : public NodeFactory {
   public:
-    explicit ProbeFactory(const std::string& prefix) : prefix_(prefix) {
+    ProbeFactory(const std::string& prefix, const std::string& subtype) : prefix_(prefix) {
         NodeTypeInfo info;
         info.type = prefix;
-        info.subtype = "Probe";
-        info.displayName = "Probe";
+        info.subtype = subtype;
+        info.displayName = subtype;
         registerNode(info, [prefix](const XVAnyMap&) { return new Node(prefix + "-probe"); });
     }
     std::string getNodeTypePrefix() override { return prefix_; }
@@ -22,7 +22,7 @@ class ProbeFactory : public NodeFactory {
 }  // namespace
 
 std::shared_ptr<NodeFactory> TestExtension::getNodeFactory() {
-    return std::make_shared<ProbeFactory>(name_);
+    return std::make_shared<ProbeFactory>(name_, subtype_);
 }
 
 }  // namespace ostrana::testing

@@ -40,10 +40,13 @@ int audioEffectsRegistrations() {
 }  // namespace
 
 TEST(HostAccess, RegisterWithAddsNothingWhereTheExtensionIsRegistered) {
-    ASSERT_EQ(audioEffectsRegistrations(), 1);
+    // Loading the library registered one; a test of load() run earlier in the same process
+    // may have registered more, so the count is compared with itself.
+    const int registered = audioEffectsRegistrations();
+    ASSERT_GE(registered, 1);
     EXPECT_TRUE(registerWith(ExtensionManager::getInstance()).isOk());
     EXPECT_TRUE(registerWith(ExtensionManager::getInstance()).isOk());
-    EXPECT_EQ(audioEffectsRegistrations(), 1);
+    EXPECT_EQ(audioEffectsRegistrations(), registered);
 }
 
 TEST(HostAccess, CreatesEveryNodeTypeByItsShortName) {
