@@ -199,7 +199,8 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     const std::vector<unsigned int> processed = prepareChain(options, input, inputPath, chain);
     SoundFileWriter writer(outputPath, source.channels(), source.sampleRate(), format,
                            reader.tags(), ditherFor(options.dither, reader.format(), format));
-    writer.setChannelMap(channelMap);
+    // Two channels are left and right wherever no layout says otherwise.
+    const bool layoutLost = !writer.setChannelMap(channelMap) && source.channels() > 2;
     if (options.quality) writer.setQuality(*options.quality);
     ProgressBar progressBar(ProgressBar::wanted(options.quiet), source.totalFrames());
     Renderer renderer(source, chain, writer, options.blockFrames);
@@ -210,8 +211,14 @@ void RenderCommand::renderOne(const RenderOptions& options, const std::string& i
     renderer.setProcessedChannels(processed);
     renderer.setCountClipping(SoundFileFormat::isInteger(format));
     const RenderStatistics statistics = renderer.run();
-    const std::vector<std::string> warnings =
+    std::vector<std::string> warnings =
         findings(statistics, reader, options.sanitize, tail, outputPath);
+    if (layoutLost) {
+        warnings.push_back("'" + outputPath + "' (" + SoundFileFormat::describe(format) +
+                           ") cannot record the speaker layout of input '" + reader.path() +
+                           "'; players will take its " + std::to_string(source.channels()) +
+                           " channels in their default order (a .wav output keeps the layout)");
+    }
     for (const std::string& warning : warnings) {
         errors << "ostrana-fx render: warning: " << warning << std::endl;
     }

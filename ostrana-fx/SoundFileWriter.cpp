@@ -124,11 +124,11 @@ void SoundFileWriter::checkWritten(int libraryError) const {
         stream_.errorText() + (library.empty() ? "" : " (libsndfile: " + library + ")")));
 }
 
-void SoundFileWriter::setChannelMap(const std::vector<int>& map) {
-    if (map.size() != channels_) return;
+bool SoundFileWriter::setChannelMap(const std::vector<int>& map) {
+    if (map.size() != channels_) return map.empty();
     std::vector<int> copy = map;
-    sf_command(file_, SFC_SET_CHANNEL_MAP_INFO, copy.data(),
-               static_cast<int>(copy.size() * sizeof(int)));
+    return sf_command(file_, SFC_SET_CHANNEL_MAP_INFO, copy.data(),
+                      static_cast<int>(copy.size() * sizeof(int))) == SF_TRUE;
 }
 
 void SoundFileWriter::setQuality(double quality) {

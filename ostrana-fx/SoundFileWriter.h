@@ -37,8 +37,9 @@ class SoundFileWriter : public FrameSink {
     SoundFileWriter& operator=(const SoundFileWriter&) = delete;
 
     // Gives each channel its speaker (SF_CHANNEL_MAP_*), where the container holds a layout;
-    // before any frames are written. An empty map leaves libsndfile's default.
-    void setChannelMap(const std::vector<int>& map);
+    // before any frames are written. An empty map leaves libsndfile's default. False where the
+    // container cannot record this layout (FLAC, W64, or a layout CAF and AIFF have no tag for).
+    bool setChannelMap(const std::vector<int>& map);
     // --quality, 0 to 10 (libsndfile's compression level, reversed: 10 is its level 0): the
     // sound and size of MP3, Vorbis and Opus, how hard FLAC compresses. Before any frames;
     // throws a usage CommandError for other containers.

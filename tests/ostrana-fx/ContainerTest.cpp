@@ -225,6 +225,32 @@ TEST_F(FxContainerTest, SpeakerLayoutsAreKept) {
     }
 }
 
+// Where the output's container cannot record the layout, the render says so rather than drop
+// it unnoticed; --strict makes that a failure.
+TEST_F(FxContainerTest, ALayoutTheOutputCannotRecordIsWarnedAbout) {
+    const std::vector<int> sideFivePointOne{SF_CHANNEL_MAP_LEFT,      SF_CHANNEL_MAP_RIGHT,
+                                            SF_CHANNEL_MAP_CENTER,    SF_CHANNEL_MAP_LFE,
+                                            SF_CHANNEL_MAP_SIDE_LEFT, SF_CHANNEL_MAP_SIDE_RIGHT};
+    writeWithLayout(directory.file("side.wav"), SF_FORMAT_WAVEX | SF_FORMAT_PCM_16,
+                    sideFivePointOne);
+    for (const char* out : {"side.flac", "side.w64", "side.caf"}) {
+        const FxRun run = render("side.wav", out);
+        ASSERT_EQ(run.exitStatus, 0) << out << ": " << run.err;
+        EXPECT_NE(run.err.find("warning: '" + directory.file(out) + "' ("), std::string::npos)
+            << run.err;
+        EXPECT_NE(run.err.find("cannot record the speaker layout of input"), std::string::npos)
+            << run.err;
+        EXPECT_EQ(layoutOf(directory.file(out)), std::vector<int>()) << out;
+    }
+    const FxRun kept = render("side.wav", "kept.wav");
+    ASSERT_EQ(kept.exitStatus, 0) << kept.err;
+    EXPECT_EQ(kept.err.find("speaker layout"), std::string::npos) << kept.err;
+    const FxRun strict = render("side.wav", "strict.flac", {"--strict"});
+    EXPECT_EQ(strict.exitStatus, 1) << strict.err;
+    EXPECT_NE(strict.err.find("cannot record the speaker layout"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(directory.file("strict.flac")));
+}
+
 TEST_F(FxContainerTest, ExtendedAttributesAndAccessListOfAReplacedFileAreKept) {
     write("in.wav", 48000, 4800);
     const std::string out = directory.file("out.wav");
