@@ -181,11 +181,15 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
         }
         const float feedbackShare =
             kRecipe.offersFeedback ? feedback.load(std::memory_order_relaxed) : 0.0f;
-        if (rendersPlainly(channels)) {
+        bool spread = false;
+        if constexpr (!kRecipe.oscillatorPerChannel) {
+            spread = spreadsOscillators(channels);
+        }
+        if (!spread && rendersPlainly()) {
             renderChosen(input, outBus.buffer, sweepWidth, feedbackShare, false);
             applyLevel(outBus.buffer, channels, input.getNumberOfFrames());
         } else {
-            renderWithControls(input, outBus.buffer, feedbackShare);
+            renderWithControls(input, outBus.buffer, feedbackShare, spread);
         }
         return true;
     }
@@ -198,28 +202,17 @@ class SweptEffectProcessorFor final : public SweptEffectProcessor {
     }
 
   private:
-    // Whether the block renders as the effect always has, the one path worth keeping short: a
-    // mix of 1, a sweep width that does not glide and, where the oscillator is shared, no
-    // stereo phase to spread it by (the followers then fall out of step).
-    bool rendersPlainly(unsigned int channels) {
-        if (!widthHeldStill() || mix.load(std::memory_order_relaxed) != 1.0f) return false;
-        if constexpr (!kRecipe.oscillatorPerChannel) {
-            if (channels >= 2 && stereoPhase.load(std::memory_order_relaxed) != 0.0f) {
-                return false;
-            }
-            sharesOscillator();
-        }
-        return true;
+    // Whether a block whose oscillator is not spread renders as the effect always has, the one
+    // path worth keeping short: a mix of 1 and a sweep width that does not glide.
+    bool rendersPlainly() const {
+        return widthHeldStill() && mix.load(std::memory_order_relaxed) == 1.0f;
     }
 
     // The block where a control beyond the sweep's own is in use: out of line, so that the
     // plain path stays as compact as it was before the controls.
     [[gnu::noinline]] void renderWithControls(const AudioBuffer<float>& input,
-                                              AudioBuffer<float>& output, float feedbackShare) {
-        bool spread = false;
-        if constexpr (!kRecipe.oscillatorPerChannel) {
-            spread = spreadsOscillators(input.getNumberOfChannels());
-        }
+                                              AudioBuffer<float>& output, float feedbackShare,
+                                              bool spread) {
         renderFinished(input, output,
                        [&](const AudioBuffer<float>& from, AudioBuffer<float>& to,
                            const std::atomic<float>& width) {
