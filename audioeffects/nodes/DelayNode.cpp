@@ -140,9 +140,10 @@ void processFixedChannels(LineCursor* cursors, unsigned int frames, const Intern
 
 // The same where every line's pointers are where the first line's are, as they are when the
 // lines were cleared, placed and stepped together: one pair of pointers serves every channel,
-// which leaves the channels' own pointers in registers.
+// which leaves the channels' own pointers in registers. Out of line, so that what the block
+// keeps around the call takes none of the registers the loop needs.
 template <unsigned int kChannels>
-void processSharingPointers(LineCursor* cursors, unsigned int frames, const Internals& state) {
+[[gnu::noinline]] void processSharingPointers(LineCursor* cursors, unsigned int frames, const Internals& state) {
     int read = cursors[0].read;
     int write = cursors[0].write;
     const int length = cursors[0].length;
@@ -197,7 +198,7 @@ LineCursor* cursorsAt(Internals& state, AudioBus& inBus, AudioBus& outBus, unsig
     return cursors;
 }
 
-void storePointers(Internals& state, const LineCursor* cursors, unsigned int channels) {
+inline void storePointers(Internals& state, const LineCursor* cursors, unsigned int channels) {
     for (unsigned int channel = 0; channel < channels; ++channel) {
         audio::CircularBuffer& line = state.delayLines[channel];
         line.setReadPointer(cursors[channel].read);
@@ -276,9 +277,10 @@ inline void glideSample(LineCursor& cursor, int whole, float fraction, unsigned 
 }
 
 // The frames of the block that the glide in progress covers; returns how many. When the glide
-// ends, the read pointers are placed at its target.
-unsigned int glideLines(Internals& state, AudioBus& inBus, AudioBus& outBus, unsigned int channels,
-                        unsigned int frames) {
+// ends, the read pointers are placed at its target. Out of line: a block without a glide, the
+// usual one, is not made longer by it.
+[[gnu::noinline]] unsigned int glideLines(Internals& state, AudioBus& inBus, AudioBus& outBus,
+                                          unsigned int channels, unsigned int frames) {
     Glide& glide = state.glide;
     const unsigned int count = std::min(frames, glide.remaining);
     LineCursor* cursors = cursorsAt(state, inBus, outBus, channels, 0);
