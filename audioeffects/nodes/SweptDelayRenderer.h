@@ -27,10 +27,12 @@ class SweptDelayRenderer : SweptDelayKernel {
     // one, and lookAheads one look-ahead for each. sweepWidth is loaded afresh for each
     // oscillator step.
     template <SweepRecipe kRecipe>
-    static void render(const AudioBuffer<float>& input, AudioBuffer<float>& output,
-                       audio::LFO* oscillators, AlignedLookAhead* lookAheads,
-                       audio::CircularBuffer* lines, const std::atomic<float>& sweepWidth,
-                       float wetGain, float feedback) {
+    [[gnu::always_inline]] static void render(const AudioBuffer<float>& input,
+                                              AudioBuffer<float>& output, audio::LFO* oscillators,
+                                              AlignedLookAhead* lookAheads,
+                                              audio::CircularBuffer* lines,
+                                              const std::atomic<float>& sweepWidth, float wetGain,
+                                              float feedback) {
         const Block block{input, output,     oscillators, lookAheads,
                           lines, sweepWidth, wetGain,     feedback};
         switch (input.getNumberOfChannels()) {

@@ -31,13 +31,8 @@ bool SweptNodeRules::acceptsBusFormat(AudioBusFormat& inputBusFormat,
     return inputBusFormat.numberOfChannels < 3;
 }
 
-void SweptNodeRules::followFormat(unsigned int sampleRate, unsigned int numberOfChannels,
-                                  unsigned int& lastSampleRate, unsigned int& lastNumberOfChannels,
-                                  std::vector<audio::CircularBuffer>& lines) {
-    if (sampleRate == lastSampleRate && numberOfChannels == lastNumberOfChannels) return;
+void SweptNodeRules::clearLines(std::vector<audio::CircularBuffer>& lines) {
     for (audio::CircularBuffer& line : lines) line.reset();
-    lastSampleRate = sampleRate;
-    lastNumberOfChannels = numberOfChannels;
 }
 
 }  // namespace ostrana::extensions::audioeffects

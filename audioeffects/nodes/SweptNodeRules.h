@@ -14,10 +14,17 @@ struct SweptNodeRules {
     // The formats match and carry fewer than 3 channels.
     static bool acceptsBusFormat(AudioBusFormat& inputBusFormat, AudioBusFormat& outputBusFormat);
     // Clears every line when the block's rate or channel count differs from the previous
-    // block's, and records both.
+    // block's, and records both. The check is inline: it runs every block.
     static void followFormat(unsigned int sampleRate, unsigned int numberOfChannels,
                              unsigned int& lastSampleRate, unsigned int& lastNumberOfChannels,
-                             std::vector<audio::CircularBuffer>& lines);
+                             std::vector<audio::CircularBuffer>& lines) {
+        if (sampleRate == lastSampleRate && numberOfChannels == lastNumberOfChannels) return;
+        clearLines(lines);
+        lastSampleRate = sampleRate;
+        lastNumberOfChannels = numberOfChannels;
+    }
+    // Every line zero-filled and its pointers at 0.
+    static void clearLines(std::vector<audio::CircularBuffer>& lines);
     // The lines of a node of the given channel capacity, zero-filled.
     static std::vector<audio::CircularBuffer> makeLines(unsigned int numberOfChannels);
     // An oscillator of the given frequency and phase offset, swinging from 0 to 1.
