@@ -143,7 +143,8 @@ void processFixedChannels(LineCursor* cursors, unsigned int frames, const Intern
 // which leaves the channels' own pointers in registers. Out of line, so that what the block
 // keeps around the call takes none of the registers the loop needs.
 template <unsigned int kChannels>
-[[gnu::noinline]] void processSharingPointers(LineCursor* cursors, unsigned int frames, const Internals& state) {
+[[gnu::noinline]] void processSharingPointers(LineCursor* cursors, unsigned int frames,
+                                              const Internals& state) {
     int read = cursors[0].read;
     int write = cursors[0].write;
     const int length = cursors[0].length;
